@@ -1,0 +1,46 @@
+// Run-time base: start-up, the debug log, the fatal stop and the assertion path.
+// The log has no levels and no time stamps; it is appended to as it stands.
+#include "core/base.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "core/file.h"
+
+int64_t starttime = 0;
+std::string *logcapture = nullptr;
+
+// On this platform files are always binary and sockets need no start, so only the time is kept.
+void tolmstart() { starttime = (int64_t)time(nullptr); }
+
+void tolmlog(const std::string &text) {
+  if (logcapture) *logcapture += text;
+  else fileappend("/tmp/tolm.log", text);
+}
+
+// Writes all of text to a descriptor, going on after partial writes; errors end the attempt.
+static void writeall(int fd, const char *p, size_t n) {
+  while (n > 0) {
+    ssize_t k = write(fd, p, n);
+    if (k <= 0) return;
+    p += k;
+    n -= (size_t)k;
+  }
+}
+
+void tolmabort(char group, int line) {
+  char text[64];
+  int n = snprintf(text, sizeof text, "ASSERTION FAILED:%c:%d\n", group, line);
+  writeall(2, text, (size_t)n);
+  abort();
+}
+
+void tolmfail(const std::string &text) {
+  std::string line = "TOLMFAIL: " + text + "\n";
+  fflush(stdout);
+  writeall(1, line.data(), line.size());
+  tolmabort(groupof(__FILE__), __LINE__);
+}

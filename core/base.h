@@ -1,0 +1,34 @@
+// Run-time base: start-up, the debug log, the two ways of stopping dead and the assertion form.
+// Every source file stops through these, naming its source group: b (core, lang), l (lib), v (edit).
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Seconds since the epoch, taken first thing at start-up.
+extern int64_t starttime;
+
+// When set, the log goes to this string instead of its file; the tests read it there.
+extern std::string *logcapture;
+
+void tolmstart();
+void tolmlog(const std::string &text);
+[[noreturn]] void tolmfail(const std::string &text);
+[[noreturn]] void tolmabort(char group, int line);
+
+// The source group of a file from its path: the last directory named core or lang is b, lib is l,
+// edit is v. The tests' folders mirror the sources, so a test file takes the group of what it tests.
+constexpr char groupof(const char *path) {
+  char group = 'b';
+  for (const char *p = path; *p; p++) {
+    if (*p != '/') continue;
+    std::string_view rest(p + 1);
+    if (rest.starts_with("lib/")) group = 'l';
+    else if (rest.starts_with("edit/")) group = 'v';
+    else if (rest.starts_with("core/") || rest.starts_with("lang/")) group = 'b';
+  }
+  return group;
+}
+
+// Assertions stay in every build: a broken invariant writes "ASSERTION FAILED:group:line" and aborts.
+#define must(cond) ((cond) ? (void)0 : tolmabort(groupof(__FILE__), __LINE__))

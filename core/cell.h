@@ -1,0 +1,129 @@
+// Cells and their counted handles: the one record every term of the language is made of.
+// A cell is a 64-bit header word followed by two child pointers (pair) or inline text (leaf).
+#pragma once
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "core/base.h"
+
+// Header word, from the low bit: count (30), field (26), arity code (6), redex flag, leaf flag.
+struct Cell {
+  uint64_t word;
+  Cell *left;   // pair only; a leaf's text starts where this field starts
+  Cell *right;  // pair only
+};
+
+constexpr uint64_t countmask = (1ull << 30) - 1;
+constexpr int fieldshift = 30;
+constexpr uint64_t fieldmax = 1ull << 26;  // field values stay below this
+constexpr uint64_t leafbit = 1ull << 63;
+constexpr uint64_t redexbit = 1ull << 62;
+
+// Cells made and freed since the start; the benchmarks read them.
+extern uint64_t cellsmade, cellsfreed;
+
+inline bool isleafcell(const Cell *c) { return c->word & leafbit; }
+inline uint32_t countof(const Cell *c) { return (uint32_t)(c->word & countmask); }
+inline uint32_t fieldof(const Cell *c) { return (uint32_t)((c->word >> fieldshift) & (fieldmax - 1)); }
+inline uint8_t topbyte(const Cell *c) { return (uint8_t)(c->word >> 56); }
+inline uint8_t aritycode(const Cell *c) { return topbyte(c) & 0x3F; }
+inline bool redexflag(const Cell *c) { return c->word & redexbit; }
+inline const char *textof(const Cell *c) { return (const char *)&c->left; }
+inline char *textof(Cell *c) { return (char *)&c->left; }
+inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)textof(c)[0] : 0; }
+
+// The writers of the analysis bits; only the analysis of terms calls them.
+void setfield(Cell *c, uint64_t value);
+void setarity(Cell *c, int arity);
+void setredex(Cell *c, bool flag);
+void settop(Cell *c, uint8_t top);
+
+Cell *newleaf(const char *text, size_t n);
+Cell *newpair(Cell *left, Cell *right);  // takes over one count of each child
+void cellfree(Cell *c);                  // the count has reached 0
+
+inline void cellinc(Cell *c) {
+  c->word++;
+  must((c->word & countmask) != 0);
+}
+
+inline void celldec(Cell *c) {
+  must((c->word & countmask) != 0);
+  if ((--c->word & countmask) == 0) cellfree(c);
+}
+
+// The counted, never-null handle. A moved-from handle is empty and its destruction does nothing.
+class CellRef {
+ public:
+  explicit CellRef(const char *text) {
+    must(text != nullptr);
+    p = newleaf(text, strlen(text));
+    cellinc(p);
+  }
+  explicit CellRef(const std::string &text) : p(newleaf(text.data(), text.size())) { cellinc(p); }
+  explicit CellRef(Cell *cell) : p(cell) {
+    must(cell != nullptr);
+    cellinc(p);
+  }
+  CellRef(const CellRef &o) : p(o.p) {
+    must(p != nullptr);
+    cellinc(p);
+  }
+  CellRef(CellRef &&o) noexcept : p(o.p) { o.p = nullptr; }
+  ~CellRef() {
+    if (p) celldec(p);
+  }
+  CellRef &operator=(const CellRef &o) {
+    must(p != nullptr && o.p != nullptr);
+    if (p == o.p) return *this;
+    cellinc(o.p);
+    celldec(p);
+    p = o.p;
+    return *this;
+  }
+  CellRef &operator=(CellRef &&o) noexcept {
+    if (this != &o) {
+      Cell *old = p;
+      p = o.p;
+      o.p = nullptr;
+      if (old) celldec(old);
+    }
+    return *this;
+  }
+  Cell *get() const { return p; }
+  Cell *operator->() const { return p; }
+  // Hands the count over to the caller, leaving this handle empty.
+  Cell *release() {
+    Cell *c = p;
+    p = nullptr;
+    return c;
+  }
+
+ private:
+  Cell *p;
+};
+
+CellRef cellpair(CellRef left, CellRef right);
+CellRef cellpair3(CellRef a, CellRef b, CellRef c);
+CellRef cellpair4(CellRef a, CellRef b, CellRef c, CellRef d);
+CellRef cellleft(const CellRef &ref);
+CellRef cellright(const CellRef &ref);
+inline int cellispair(const CellRef &ref) { return isleafcell(ref.get()) ? 0 : 1; }
+inline unsigned char cellhead(const CellRef &ref) { return headbyte(ref.get()); }
+size_t celllenof(const Cell *c);
+std::string celltextof(const Cell *c);
+inline size_t celllen(const CellRef &ref) { return celllenof(ref.get()); }
+inline std::string celltext(const CellRef &ref) { return celltextof(ref.get()); }
+// True when a leaf's text is exactly s; false for every pair.
+bool leafis(const Cell *c, const char *s);
+
+int cellcompare(const CellRef &a, const CellRef &b);
+CellRef cellkeep(CellRef ref);
+
+// The blob length digits, most significant first: "_" is 0, "~" is 63, in the language's own order.
+extern const char blobdigits[65];
+int digitvalue(char c);
+std::string lengthdigits(uint64_t n);
+CellRef mkblob(const std::string &bytes);
+std::string blobbytes(const CellRef &blob);

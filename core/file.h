@@ -1,0 +1,24 @@
+// Whole-file helpers and the path functions over "/"-separated byte strings.
+// Files are read and written whole, in place; paths are absolute once normalised.
+#pragma once
+#include <string>
+
+// The two directories the entry point sets; each ends in "/".
+extern std::string homedir, workdir;
+
+bool fileisdir(const std::string &path);
+bool fileisplain(const std::string &path);
+bool filereadable(const std::string &path);
+std::string fileread(const std::string &path);
+void filewrite(const std::string &path, const std::string &text);
+void fileappend(const std::string &path, const std::string &text);
+
+// The directory part of a name with its "/": everything up to and including the last "/".
+std::string filedirof(std::string path);
+inline std::string dirpart(const std::string &s) { return filedirof(s); }
+
+std::string normalpath(const std::string &s);
+std::string normaldir(const std::string &s);
+std::string normalany(const std::string &s);
+std::string pretty(const std::string &s);
+std::string dirof(const std::string &s);

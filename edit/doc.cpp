@@ -1,0 +1,428 @@
+// Documents: reading, editing and settling the window of difference.
+// Head and tail live in one gap buffer; only the window and what an edit touches are copied.
+#include "edit/doc.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+#include "core/base.h"
+#include "edit/glyph.h"
+
+int64_t width = 80, height = 24;
+
+// The common text as one string with a gap.
+
+static size_t csize(const Common &c) { return c.buf.size() - (c.ge - c.gs); }
+
+static unsigned char cat(const Common &c, size_t i) {
+  return (unsigned char)c.buf[i < c.gs ? i : i + (c.ge - c.gs)];
+}
+
+static std::string csub(const Common &c, size_t pos, size_t n) {
+  std::string s;
+  s.reserve(n);
+  size_t end = pos + n;
+  if (pos < c.gs) s.append(c.buf, pos, std::min(end, c.gs) - pos);
+  if (end > c.gs) {
+    size_t from = std::max(pos, c.gs);
+    s.append(c.buf, from + (c.ge - c.gs), end - from);
+  }
+  return s;
+}
+
+static void movegap(Common &c, size_t pos) {
+  if (pos < c.gs) {
+    size_t n = c.gs - pos;
+    std::copy_backward(c.buf.begin() + pos, c.buf.begin() + c.gs, c.buf.begin() + c.ge);
+    c.gs -= n;
+    c.ge -= n;
+  } else if (pos > c.gs) {
+    size_t n = pos - c.gs;
+    std::copy(c.buf.begin() + c.ge, c.buf.begin() + c.ge + n, c.buf.begin() + c.gs);
+    c.gs += n;
+    c.ge += n;
+  }
+}
+
+static void cinsert(Common &c, size_t pos, const std::string &s) {
+  if (s.empty()) return;
+  movegap(c, pos);
+  if (c.ge - c.gs < s.size()) {
+    size_t size = csize(c), room = s.size() + size / 2 + 64;
+    std::string nb(size + room, '\0');
+    std::copy(c.buf.begin(), c.buf.begin() + c.gs, nb.begin());
+    std::copy(c.buf.begin() + c.ge, c.buf.end(), nb.begin() + c.gs + room);
+    c.buf.swap(nb);
+    c.ge = c.gs + room;
+  }
+  std::copy(s.begin(), s.end(), c.buf.begin() + c.gs);
+  c.gs += s.size();
+}
+
+static void cerase(Common &c, size_t pos, size_t n) {
+  movegap(c, pos);
+  c.ge += n;
+}
+
+// Reading.
+
+Doc newdoc(const std::string &text) {
+  Doc d;
+  d.common.buf = text;
+  d.common.gs = d.common.ge = d.common.split = text.size();
+  return d;
+}
+
+int64_t headlen(const Doc &d) { return (int64_t)d.common.split; }
+int64_t taillen(const Doc &d) { return (int64_t)(csize(d.common) - d.common.split); }
+std::string headof(const Doc &d) { return csub(d.common, 0, d.common.split); }
+std::string tailof(const Doc &d) { return csub(d.common, d.common.split, (size_t)taillen(d)); }
+std::string textof(const Doc &d) { return headof(d) + d.now + tailof(d); }
+int64_t lenof(const Doc &d) { return (int64_t)csize(d.common) + (int64_t)d.now.size(); }
+
+// Outside the text the answer is a newline, as if one stood before and after it.
+unsigned char charat(const Doc &d, int64_t i) {
+  int64_t h = headlen(d), n = (int64_t)d.now.size();
+  if (i < 0) return 10;
+  if (i < h) return cat(d.common, (size_t)i);
+  if (i < h + n) return (unsigned char)d.now[(size_t)(i - h)];
+  if (i < lenof(d)) return cat(d.common, (size_t)(i - n));
+  return 10;
+}
+
+// Bytes from..to of the current text.
+std::string textrange(const Doc &d, int64_t from, int64_t to) {
+  std::string s;
+  s.reserve((size_t)std::max<int64_t>(to - from, 0));
+  for (int64_t i = from; i < to; i++) s += (char)charat(d, i);
+  return s;
+}
+
+bool isclean(const Doc &d) { return d.was == d.now; }
+bool isdirty(const Doc &d) { return d.was != d.now; }
+
+bool samedoc(const Doc &a, const Doc &b) {
+  return a.top == b.top && a.point == b.point && a.edge == b.edge && a.over == b.over &&
+         a.was == b.was && a.now == b.now && a.common.split == b.common.split &&
+         headof(a) == headof(b) && tailof(a) == tailof(b);
+}
+
+bool endswith(const Doc &d, const std::string &s) {
+  int64_t n = (int64_t)s.size();
+  if (d.point < n) return false;
+  for (int64_t i = 0; i < n; i++)
+    if (charat(d, d.point - n + i) != (unsigned char)s[(size_t)i]) return false;
+  return true;
+}
+
+int64_t colof(const Doc &d) {
+  int64_t j = d.point - 1;
+  while (j >= 0 && charat(d, j) != 10) j--;
+  return (d.point - j - 1) % width;
+}
+
+std::string restofline(const Doc &d) {
+  int64_t len = lenof(d), j = d.point;
+  if (j >= len) return "";
+  if (charat(d, j) == 10) return "\n";
+  while (j < len && charat(d, j) != 10) j++;
+  return textrange(d, d.point, j);
+}
+
+// Editing.
+
+void settle(Doc &d) {
+  Common &c = d.common;
+  if (d.was == d.now) {
+    cinsert(c, c.split, d.was);
+    c.split = csize(c);
+    d.was.clear();
+    d.now.clear();
+    return;
+  }
+  size_t m = std::min(d.was.size(), d.now.size()), p = 0, s = 0;
+  while (p < m && d.was[p] == d.now[p]) p++;
+  while (s < m - p && d.was[d.was.size() - 1 - s] == d.now[d.now.size() - 1 - s]) s++;
+  cinsert(c, c.split, d.was.substr(0, p) + d.was.substr(d.was.size() - s));
+  c.split += p;
+  d.was = d.was.substr(p, d.was.size() - p - s);
+  d.now = d.now.substr(p, d.now.size() - p - s);
+  if (!d.was.empty() && !d.now.empty()) return;
+  std::string &w = d.was.empty() ? d.now : d.was;
+  size_t k = 0, tail = csize(c) - c.split;
+  while (k < tail && cat(c, c.split + k) == (unsigned char)w[k % w.size()]) k++;
+  c.split += k;
+  std::rotate(w.begin(), w.begin() + (long)(k % w.size()), w.end());
+}
+
+// Moves head bytes from point on into the front of both sides of the window.
+static void takehead(Doc &d) {
+  Common &c = d.common;
+  size_t p = (size_t)d.point, n = c.split - p;
+  std::string s = csub(c, p, n);
+  cerase(c, p, n);
+  c.split = p;
+  d.was.insert(0, s);
+  d.now.insert(0, s);
+}
+
+// Moves the first n tail bytes onto the end of both sides of the window.
+static void taketail(Doc &d, size_t n) {
+  Common &c = d.common;
+  std::string s = csub(c, c.split, n);
+  cerase(c, c.split, n);
+  d.was += s;
+  d.now += s;
+}
+
+void widen(Doc &d) {
+  settle(d);
+  int64_t h = headlen(d);
+  if (d.was == d.now) {
+    d.common.split = (size_t)d.point;
+  } else if (d.point < h) {
+    takehead(d);
+  } else if (d.point > h + (int64_t)d.now.size()) {
+    taketail(d, (size_t)(d.point - h - (int64_t)d.now.size()));
+  }
+}
+
+void widenover(Doc &d) {
+  settle(d);
+  int64_t h = headlen(d);
+  if (d.was == d.now) {
+    if (d.point == h) {
+      d.now = "!";
+    } else {
+      d.common.split = (size_t)d.point;
+      taketail(d, 1);
+    }
+  } else if (d.point < h) {
+    takehead(d);
+  } else {
+    int64_t o = d.point - h - (int64_t)d.now.size();
+    if (o < 0) return;
+    must(o <= taillen(d));
+    if (o == taillen(d)) {
+      taketail(d, (size_t)o);
+      d.now += "!";
+    } else {
+      taketail(d, (size_t)o + 1);
+    }
+  }
+}
+
+void insertbyte(Doc &d, unsigned char b) {
+  d.edge = -1;
+  widen(d);
+  d.now.insert(d.now.begin() + (d.point - headlen(d)), (char)b);
+  d.point++;
+  settle(d);
+}
+
+static void logdoc(const Doc &d, const char *stage) {
+  char line[256];
+  snprintf(line, sizeof line,
+           "usedputo %s(z=%" PRId64 ",a=%" PRId64 ",b=%" PRId64 ",c=%zu,d=%zu,e=%" PRId64
+           ",f=%" PRId64 ")\n",
+           stage, d.top, taillen(d), headlen(d), d.was.size(), d.now.size(), d.point, d.edge);
+  tolmlog(line);
+}
+
+void usedputo(Doc &d, unsigned char b) {
+  d.edge = -1;
+  logdoc(d, "initish");
+  widenover(d);
+  logdoc(d, "preoish");
+  int64_t at = d.point - headlen(d);
+  must(at < (int64_t)d.now.size());
+  d.now[(size_t)at] = (char)b;
+  d.point++;
+  logdoc(d, "doneish");
+  settle(d);
+}
+
+void usedput(Doc &d, unsigned char b) {
+  if (d.over == 1) usedputo(d, b);
+  else insertbyte(d, b);
+}
+
+void dropback(Doc &d, bool one) {
+  if (d.over == 1) {
+    if (d.point == 0) return;
+    d.point--;
+    if (d.point < d.top) recentre(d, one);
+    else if (charat(d, d.point) == 10) keepvisible(d, one);
+    return;
+  }
+  if (d.point == 0) return;
+  d.edge = -1;
+  d.point--;
+  widenover(d);
+  d.now.erase((size_t)(d.point - headlen(d)), 1);
+  keepvisible(d, one);
+}
+
+// Puts s for the n bytes at point, then settles as if both whole texts stood in the window: the
+// bytes that both texts share at their ends stay in head and tail, which gives the same window.
+static void replace(Doc &d, int64_t n, const std::string &s) {
+  int64_t len = lenof(d), p = d.point, h = headlen(d), t = taillen(d);
+  must(n >= 0 && p + n <= len);
+  int64_t lo = std::min(h, p), keep = std::min(t, len - p - n);
+  int64_t cut = (int64_t)csize(d.common) - keep;  // common bytes from lo to cut leave
+  std::string saved = csub(d.common, (size_t)lo, (size_t)(h - lo)) + d.was +
+                      csub(d.common, (size_t)h, (size_t)(cut - h));
+  std::string current = textrange(d, lo, p) + s + textrange(d, p + n, len - keep);
+  cerase(d.common, (size_t)lo, (size_t)(cut - lo));
+  d.common.split = (size_t)lo;
+  d.was = saved;
+  d.now = current;
+  settle(d);
+}
+
+void dropspan(Doc &d, int64_t n) {
+  d.edge = -1;
+  replace(d, n, "");
+}
+
+void addspan(Doc &d, const std::string &s) {
+  d.edge = -1;
+  replace(d, 0, s);
+  d.point += (int64_t)s.size();
+}
+
+void flatten(Doc &d) {
+  std::string h = headof(d), t = tailof(d);
+  d.was = h + d.was + t;
+  d.now = h + d.now + t;
+  d.common = Common();
+}
+
+void setnow(Doc &d, const std::string &s) {
+  flatten(d);
+  d.now = s;
+}
+
+// Motion.
+
+void gobol(Doc &d) {
+  int64_t j = d.point - 1;
+  while (charat(d, j) != 10) j--;
+  d.point = j + 1;
+  keepvisible(d, false);
+}
+
+void goeol(Doc &d) {
+  int64_t j = d.point, len = lenof(d);
+  while (j < len && charat(d, j) != 10) j++;
+  d.point = j;
+  keepvisible(d, false);
+}
+
+void toend(Doc &d) {
+  d.edge = -1;
+  d.point = lenof(d);
+  d.top = std::max<int64_t>(lenof(d) - width + 6, 0);
+}
+
+void toendkeep(Doc &d) {
+  d.edge = -1;
+  d.point = lenof(d);
+  d.top = std::min(std::max<int64_t>(lenof(d) - width + 6, 0), std::max<int64_t>(d.top, 0));
+}
+
+// The start of the screen row after the one starting at top; top itself when the text ends first.
+int64_t rowafter(const Doc &d, int64_t top) {
+  int64_t len = lenof(d);
+  for (int64_t i = 0; i < width; i++) {
+    if (top + i >= len) return top;
+    if (charat(d, top + i) == 10) return top + i + 1;
+  }
+  return top + width;
+}
+
+void nextrow(Doc &d) {
+  int64_t t = rowafter(d, d.top);
+  if (t != d.top) d.edge = -1;
+  d.top = t;
+}
+
+void snaprow(Doc &d) {
+  for (int64_t i = 0; i < 4096; i++) {
+    if (charat(d, d.top - i - 1) == 10) {
+      int64_t s = d.top - i;
+      while (s < d.top) s += width;
+      d.top = s;
+      return;
+    }
+  }
+}
+
+void recentre(Doc &d, bool one) {
+  int64_t rows = one ? 1 : height - 1, x = d.point;
+  for (int64_t i = 0;; i++) {
+    x = d.point - i;
+    if (charat(d, x - 1) == 10 || i + 1 >= width) break;
+  }
+  for (int64_t r = 0; r < (rows - 1) / 2 && x > 0; r++) {
+    for (int64_t j = 0; j < width && x > 0; j++) {
+      x--;
+      if (charat(d, x - 1) == 10) break;
+    }
+  }
+  d.top = std::max<int64_t>(x, 0);
+  d.edge = -1;
+  snaprow(d);
+}
+
+bool onscreen(const Doc &d, bool one) {
+  if (d.top > d.point) return false;
+  int64_t rows = one ? 1 : height - 1, count = 0, t = d.top;
+  for (;;) {
+    count++;
+    if (count > rows) return false;
+    int64_t n = rowafter(d, t);
+    if (n > d.point || n == t) return true;
+    t = n;
+  }
+}
+
+void keepvisible(Doc &d, bool one) {
+  if (!onscreen(d, one)) recentre(d, one);
+}
+
+void measure(Doc &d) {
+  int64_t pos = d.top, rows = 0, col = 0;
+  while (rows < height - 1) {
+    unsigned char b = charat(d, pos++);
+    if (b == 10 || ++col == width) {
+      rows++;
+      col = 0;
+    }
+  }
+  d.edge = pos;
+}
+
+void ensureedge(Doc &d) {
+  if (d.edge == -1) measure(d);
+}
+
+// A search that wraps around the text: the point lands behind the first match, and the current
+// position is tried last. Nothing ends before offset 0, so no match stands there.
+void seek(Doc &d, const std::string &s, bool forward) {
+  int64_t n = lenof(d), m = (int64_t)s.size();
+  if (n < 2) return;
+  for (int64_t k = 1; k < n; k++) {
+    int64_t q = forward ? (d.point + k + n) % n : (d.point - k + n) % n;
+    if (q < m || q == 0) continue;
+    bool hit = true;
+    for (int64_t i = 0; i < m && hit; i++)
+      hit = charlike((unsigned char)s[(size_t)i], charat(d, q - m + i));
+    if (hit) {
+      d.point = q;
+      keepvisible(d, false);
+      return;
+    }
+  }
+}

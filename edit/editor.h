@@ -1,0 +1,43 @@
+// The editor's global state and the frames that every command and mode shares.
+// Commands are free functions without arguments over this state; a mode is a prefix left in keys.
+#pragma once
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "edit/doc.h"
+
+extern std::string keys;          // bytes received and not yet consumed
+extern void (*painter)();         // repaint routine of the current mode
+extern uint8_t hold;              // 1 while commands must not repaint
+extern uint8_t fresh;             // 0 only while C-k gathers into one kill
+extern Doc promptline;            // the text of the title row
+extern std::string curname;       // key of the current document
+extern std::map<std::string, Doc> docs;
+extern const std::string scratchname;
+extern int64_t mark;              // selection end, -1 for none
+extern uint8_t alphabet;          // typing alphabet, 1 to 3
+extern uint64_t kink;             // the colour word
+constexpr uint64_t defaultkink = 0x76E948BA98800321ull;
+
+Doc &cur();
+void bell();
+void repaint();
+void defaultpainter();
+void resetprompt();
+void switchdoc(const std::string &name);
+
+// The frame of a plain command: act returns false when it cannot act, which rings the bell.
+void plain(const char *name, bool (*act)());
+
+// Entry into a mode: sets fresh, logs, sets the painter, leaves the bare prefix in keys and
+// returns the key that came after it (empty on the entry key).
+std::string modekey(const char *name, void (*modepainter)());
+void leavemode();
+// Leaves the mode and hands the key to the dispatcher as if the mode had not been there.
+void passon(const std::string &key);
+
+bool keydone(const std::string &s);
+// The length of the key unit at i of s, or 0 when s ends before the unit is whole.
+size_t keyunit(const std::string &s, size_t i);
+void keydispatch();

@@ -1,0 +1,66 @@
+// The editor's entry point: directories, the scratch document, the files of the command line,
+// character mode, the first paint, and then key rounds for ever.
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+#include "core/base.h"
+#include "core/file.h"
+#include "edit/display.h"
+#include "edit/editor.h"
+#include "edit/term.h"
+#include "edit/undo.h"
+
+static std::string finddir(const std::string &s) { return s.ends_with("/") ? s : s + "/"; }
+
+// HOME first, then the literal of the original platform, then the root.
+static std::string findhome() {
+  const char *home = getenv("HOME");
+  if (home && *home && fileisdir(home)) return finddir(home);
+  if (fileisdir("/Users/Admin/")) return "/Users/Admin/";
+  return "/";
+}
+
+static void stopwith(const std::string &line) {
+  fputs(line.c_str(), stdout);
+  fflush(stdout);
+  exit(1);
+}
+
+// Loads the named files; a name that cannot be a file path or cannot be read stops the start.
+static void loadargs(int argc, char **argv) {
+  for (int i = 1; i < argc; i++) {
+    std::string arg = argv[i];
+    std::string path = arg.empty() || arg.ends_with("/") ? "" : normalpath(arg);
+    if (path.empty()) stopwith("Cannot normalize file: " + arg + "\n");
+    if (!fileisplain(path) || !filereadable(path)) stopwith("Cannot open file: " + path + "\n");
+    if (!docs.count(path)) {
+      openlog(path);
+      docs[path] = newdoc(fileread(path));
+    }
+    curname = path;
+  }
+}
+
+int main(int argc, char **argv) {
+  tolmstart();
+  homedir = findhome();
+  char here[4096];
+  must(getcwd(here, sizeof here) != nullptr);
+  workdir = finddir(here);
+  srand(0);
+  openlog(scratchname);
+  docs[scratchname] = newdoc("");
+  curname = scratchname;
+  loadargs(argc, argv);
+  consolemode();
+  windowsize(width, height);
+  needwindow(width, height);
+  screenresize();
+  screenout += "\x1b[1;1H";
+  keepvisible(cur(), false);
+  repaint();
+  resetprompt();
+  repaint();
+  for (;;) keyround();
+}

@@ -1,0 +1,159 @@
+// Cells: the header word, counts, texts of every leaf kind, release, order and interning,
+// down to terms a million levels deep.
+#include <gtest/gtest.h>
+
+#include "core/cell.h"
+#include "core/tables.h"
+#include "tests/support.h"
+
+TEST(Cells, NewLeavesAndPairsHaveTheirTopBytes) {
+  CellRef leaf("K"), num("123"), data("[ab]"), pair = cellpair(CellRef("f"), CellRef("x"));
+  EXPECT_EQ(topbyte(leaf.get()), 0x80);
+  EXPECT_EQ(topbyte(pair.get()), 0x00);
+  EXPECT_EQ(fieldof(num.get()), 3u);
+  EXPECT_EQ(fieldof(data.get()), 4u);
+  EXPECT_EQ(fieldof(leaf.get()), 0u);
+  EXPECT_EQ(countof(leaf.get()), 1u);
+  EXPECT_EQ(cellispair(pair), 1);
+  EXPECT_EQ(cellispair(leaf), 0);
+  EXPECT_EQ(cellhead(num), '1');
+  EXPECT_EQ(cellhead(pair), 0);
+}
+
+TEST(Cells, HeaderWritersKeepTheirRanges) {
+  CellRef c = cellpair(CellRef("a"), CellRef("b"));
+  setfield(c.get(), fieldmax - 1);
+  EXPECT_EQ(fieldof(c.get()), fieldmax - 1);
+  EXPECT_EQ(countof(c.get()), 1u);
+  setarity(c.get(), -52);
+  EXPECT_EQ(aritycode(c.get()), 0);
+  setarity(c.get(), 11);
+  EXPECT_EQ(aritycode(c.get()), 63);
+  setredex(c.get(), true);
+  EXPECT_TRUE(redexflag(c.get()));
+  EXPECT_EQ(fieldof(c.get()), fieldmax - 1);
+  EXPECT_DEATH(setfield(c.get(), fieldmax), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(setarity(c.get(), 12), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(setarity(c.get(), -53), "ASSERTION FAILED:b:");
+}
+
+TEST(Cells, CountsFollowCopiesAndOverflowStops) {
+  CellRef a("x");
+  {
+    CellRef b = a, c = a;
+    EXPECT_EQ(countof(a.get()), 3u);
+    c = CellRef("y");
+    EXPECT_EQ(countof(a.get()), 2u);
+  }
+  EXPECT_EQ(countof(a.get()), 1u);
+  EXPECT_DEATH(
+      {
+        a->word |= countmask;
+        cellinc(a.get());
+      },
+      "ASSERTION FAILED:b:");
+  EXPECT_DEATH(CellRef((const char *)nullptr), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(cellleft(a), "ASSERTION FAILED:b:");
+}
+
+TEST(Cells, TextsOfEveryLeafKind) {
+  std::string real = " " + std::string("\x00\x01\x00\x02\x00\x03\x00\x04", 8);
+  CellRef r(real), r2(" " + std::string("\x00\x01\x00\x02\x00\x03\x00\x05", 8));
+  EXPECT_EQ(celllen(r), 9u);
+  EXPECT_EQ(celltext(r), real);
+  EXPECT_NE(cellcompare(r, r2), 0);
+  CellRef blob = mkblob("hello");
+  EXPECT_EQ(celltext(blob), "(e)hello");
+  EXPECT_EQ(blobbytes(blob), "hello");
+  EXPECT_EQ(celltext(mkblob(std::string(64, 'x'))).substr(0, 4), "(a_)");
+  EXPECT_EQ(celltext(mkblob("")), "()");
+  CellRef withnul = mkblob(std::string("a\0b", 3));
+  EXPECT_EQ(celllen(withnul), 6u);
+  EXPECT_EQ(celltext(CellRef("")), "");
+  EXPECT_EQ(celltext(cellpair(CellRef("a"), CellRef("b"))), "");
+}
+
+TEST(Cells, BlobDigitsRunInTheLanguagesOrder) {
+  EXPECT_EQ(digitvalue('_'), 0);
+  EXPECT_EQ(digitvalue('r'), 18);
+  EXPECT_EQ(digitvalue('u'), 19);
+  EXPECT_EQ(digitvalue('s'), 20);
+  EXPECT_EQ(digitvalue('z'), 24);
+  EXPECT_EQ(digitvalue('y'), 26);
+  EXPECT_EQ(digitvalue('0'), 27);
+  EXPECT_EQ(digitvalue('U'), 55);
+  EXPECT_EQ(digitvalue('Y'), 62);
+  EXPECT_EQ(digitvalue(','), 69);
+  EXPECT_EQ(lengthdigits(63), "~");
+  // A length written with the digit of 63 can be made but not read back.
+  CellRef odd = mkblob(std::string(63, 'q'));
+  EXPECT_DEATH(celllen(odd), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(digitvalue('~'), "ASSERTION FAILED:b:");
+}
+
+TEST(Cells, LongDigitLeavesSearchForTheirEnd) {
+  std::string big(fieldmax - 1, '7');
+  CellRef a(big);
+  EXPECT_EQ(fieldof(a.get()), fieldmax - 1);
+  big += '7';
+  CellRef b(big);
+  EXPECT_EQ(fieldof(b.get()), 0u);
+  EXPECT_EQ(celllen(b), fieldmax);
+}
+
+TEST(Order, LeavesBeforePairsAndTextsByUnsignedBytes) {
+  CellRef a("a"), ab("ab"), hi("\xff"), p = cellpair(CellRef("a"), CellRef("b"));
+  EXPECT_LT(cellcompare(a, ab), 0);
+  EXPECT_GT(cellcompare(hi, ab), 0);
+  EXPECT_LT(cellcompare(ab, p), 0);
+  EXPECT_EQ(cellcompare(p, cellpair(CellRef("a"), CellRef("b"))), 0);
+  EXPECT_LT(cellcompare(p, cellpair(CellRef("a"), CellRef("c"))), 0);
+  EXPECT_GT(cellcompare(cellpair(CellRef("b"), CellRef("a")), p), 0);
+}
+
+TEST(Interning, EqualTermsShareOneCell) {
+  CellRef t = cellpair3(CellRef("S"), CellRef("K"), CellRef("interning-test"));
+  CellRef k1 = cellkeep(t);
+  EXPECT_EQ(k1.get(), t.get());
+  EXPECT_EQ(countof(t.get()), 3u);  // t, k1 and the set
+  CellRef copy = cellpair3(CellRef("S"), CellRef("K"), CellRef("interning-test"));
+  CellRef k2 = cellkeep(copy);
+  EXPECT_EQ(k2.get(), t.get());
+  // A term whose children were interned elsewhere comes back as a new pair of those children.
+  CellRef other = cellpair(cellpair(CellRef("S"), CellRef("K")), CellRef("interning-other"));
+  CellRef k3 = cellkeep(other);
+  EXPECT_EQ(k3->left, t->left);
+  keepdrop(keepset(), k3.get());
+  keepdrop(keepset(), k3->right);
+}
+
+namespace {
+CellRef leftspine(int n) {
+  CellRef t("z");
+  for (int i = 0; i < n; i++) t = cellpair(std::move(t), CellRef(std::to_string(i % 7)));
+  return t;
+}
+CellRef rightspine(int n) {
+  CellRef t("K");
+  for (int i = 0; i < n; i++) t = cellpair(CellRef(std::to_string(i % 7)), std::move(t));
+  return t;
+}
+}  // namespace
+
+TEST(Deep, MillionLevelSpinesAreComparedInternedAndReleased) {
+  uint64_t freed = cellsfreed;
+  {
+    CellRef l1 = leftspine(1000000), l2 = leftspine(1000000);
+    CellRef r1 = rightspine(1000000), r2 = rightspine(1000000);
+    EXPECT_EQ(cellcompare(l1, l2), 0);
+    EXPECT_EQ(cellcompare(r1, r2), 0);
+    EXPECT_GT(cellcompare(l1, r1), 0);  // a pair on the left of l1 against a leaf
+    CellRef k1 = cellkeep(l1);
+    EXPECT_EQ(cellkeep(l2).get(), k1.get());
+    CellRef k2 = cellkeep(r2);
+    EXPECT_EQ(cellkeep(r1).get(), k2.get());
+    Keep fresh;
+    std::swap(fresh, keepset());  // the interned spines go with this scope
+  }
+  EXPECT_GE(cellsfreed - freed, 4000000u);
+}

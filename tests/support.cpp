@@ -1,0 +1,108 @@
+// Shared test helpers: capture of log and screen for every test, child processes, scratch files.
+#include "tests/support.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "core/base.h"
+#include "edit/display.h"
+#include "edit/editor.h"
+#include "edit/term.h"
+
+std::string testlog, testscreen;
+
+namespace {
+struct Capture : ::testing::Environment {
+  void SetUp() override {
+    logcapture = &testlog;
+    screencapture = &testscreen;
+  }
+};
+const auto *capture = ::testing::AddGlobalTestEnvironment(new Capture);
+
+std::vector<std::string> madedirs;
+struct Cleanup {
+  ~Cleanup() {
+    for (const std::string &d : madedirs) (void)!system(("rm -rf '" + d + "'").c_str());
+  }
+} cleanup;
+}  // namespace
+
+static std::string drain(int fd) {
+  std::string s;
+  char buf[4096];
+  ssize_t n;
+  while ((n = read(fd, buf, sizeof buf)) > 0) s.append(buf, (size_t)n);
+  close(fd);
+  return s;
+}
+
+static Child collect(const std::function<void()> &fn, const std::string &command) {
+  int out[2], err[2];
+  if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) abort();
+  fflush(stdout);
+  fflush(stderr);
+  pid_t pid = fork();
+  if (pid == 0) {
+    dup2(out[1], 1);
+    dup2(err[1], 2);
+    if (fn) {
+      fn();
+      fflush(stdout);
+      _exit(0);
+    }
+    execl("/bin/sh", "sh", "-c", command.c_str(), (char *)nullptr);
+    _exit(127);
+  }
+  close(out[1]);
+  close(err[1]);
+  Child c;
+  // Standard error is small in every use here, so reading it after standard output is safe.
+  c.out = drain(out[0]);
+  c.err = drain(err[0]);
+  int st = 0;
+  waitpid(pid, &st, 0);
+  c.status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
+  return c;
+}
+
+Child runchild(const std::function<void()> &fn) { return collect(fn, ""); }
+Child runcommand(const std::string &command) { return collect(nullptr, command); }
+
+std::string scratchdir() {
+  char name[] = "/tmp/tolmtest.XXXXXX";
+  if (!mkdtemp(name)) abort();
+  madedirs.push_back(name);
+  return std::string(name) + "/";
+}
+
+void writefile(const std::string &path, const std::string &bytes) {
+  FILE *f = fopen(path.c_str(), "wb");
+  if (!f) abort();
+  fwrite(bytes.data(), 1, bytes.size(), f);
+  fclose(f);
+}
+
+void editorreset(int64_t w, int64_t h) {
+  width = w;
+  height = h;
+  keys.clear();
+  painter = defaultpainter;
+  hold = 0;
+  fresh = 1;
+  docs.clear();
+  docs[scratchname] = newdoc("");
+  curname = scratchname;
+  mark = -1;
+  alphabet = 3;
+  kink = defaultkink;
+  screenresize();
+  resetprompt();
+  testlog.clear();
+  testscreen.clear();
+}

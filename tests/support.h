@@ -1,0 +1,24 @@
+// Shared test helpers: captured log and screen, a child process with its output, a scratch
+// directory, and an editor state reset to its start values.
+#pragma once
+#include <functional>
+#include <string>
+
+// What the log and the screen received since the last clear; every test runs with both captured.
+extern std::string testlog, testscreen;
+
+struct Child {
+  int status;       // exit status, or 128 + signal number
+  std::string out;  // standard output
+  std::string err;  // standard error
+};
+// Runs fn in a forked child, or a command line when fn is empty, and collects what it wrote.
+Child runchild(const std::function<void()> &fn);
+Child runcommand(const std::string &command);
+
+// A fresh directory under /tmp, removed with everything in it at the end of the test program.
+std::string scratchdir();
+void writefile(const std::string &path, const std::string &bytes);
+
+// Puts the editor globals back to their start values with the given documents and window.
+void editorreset(int64_t w = 80, int64_t h = 24);
