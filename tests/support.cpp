@@ -106,3 +106,33 @@ void editorreset(int64_t w, int64_t h) {
   testlog.clear();
   testscreen.clear();
 }
+
+static CellRef sexpat(const std::string &s, size_t &i) {
+  CellRef acc("");
+  bool any = false;
+  while (i < s.size() && s[i] != ')') {
+    if (s[i] == ' ') {
+      i++;
+      continue;
+    }
+    CellRef item("");
+    if (s[i] == '(') {
+      i++;
+      item = sexpat(s, i);
+      i++;
+    } else {
+      size_t j = i;
+      while (j < s.size() && s[j] != ' ' && s[j] != '(' && s[j] != ')') j++;
+      item = CellRef(s.substr(i, j - i));
+      i = j;
+    }
+    acc = any ? cellpair(std::move(acc), std::move(item)) : std::move(item);
+    any = true;
+  }
+  return acc;
+}
+
+CellRef sexp(const std::string &text) {
+  size_t i = 0;
+  return sexpat(text, i);
+}

@@ -20,5 +20,10 @@ Child runcommand(const std::string &command);
 std::string scratchdir();
 void writefile(const std::string &path, const std::string &bytes);
 
+// A term from a small s-expression: atoms are leaf texts separated by blanks, parentheses group,
+// and a sequence applies left to right, so "(f x y)" is the pair of the pair (f x) with y.
+#include "core/cell.h"
+CellRef sexp(const std::string &text);
+
 // Puts the editor globals back to their start values with the given documents and window.
 void editorreset(int64_t w = 80, int64_t h = 24);

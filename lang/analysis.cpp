@@ -1,0 +1,205 @@
+// The cached analysis of a term and substitution.
+// Both walk with explicit stacks, so a term's depth costs heap and not native stack.
+#include "lang/analysis.h"
+
+#include <cstring>
+#include <vector>
+
+#include "core/tables.h"
+#include "lang/chars.h"
+
+static bool analysed(const Cell *c) { return (topbyte(c) & 0x7F) != 0; }
+static bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
+
+// The leading abstractions of a definition, at most 11.
+static int leadingbinders(Cell *d) {
+  int n = 0;
+  while (!isleafcell(d) && !isleafcell(d->left) && leafis(d->left->left, "\\")) {
+    if (n < 11) n++;
+    d = d->right;
+  }
+  return n;
+}
+
+static void sizeleaf(Cell *c) {
+  const char *t = textof(c);
+  unsigned char first = (unsigned char)t[0];
+  if (first == ')' || first == ']') return settop(c, 0xB5);
+  if (first == '[') return settop(c, 0xC0);
+  std::string text(t);
+  if (!isleafname(text)) return settop(c, 0xB5);
+  auto &defs = deftable();
+  auto d = defs.find(text);
+  if (d != defs.end()) {
+    setarity(c, leadingbinders(d->second.get()));
+    setredex(c, false);
+    return;
+  }
+  must(text.size() == 1);
+  must(first >= 'a');
+  must(first <= 'z');
+  settop(c, 0xBF);
+  setfield(c, 1u << (first - 'a'));
+}
+
+static bool leafstarts(const Cell *c, char first) { return isleafcell(c) && textof(c)[0] == first; }
+
+// A pair whose children are analysed.
+static void sizepair(Cell *c) {
+  Cell *l = c->left, *r = c->right;
+  bool ld = datakind(l), rd = datakind(r);
+  if (ld && rd) {
+    settop(c, 0x40);
+    uint64_t a = fieldof(l), b = fieldof(r);
+    if (a >= 2 && b >= 2 && a + b < fieldmax) setfield(c, a + b);
+    return;
+  }
+  int a = 0;
+  if (!ld) {
+    a = arityof(l);
+    if (a != 11 && a >= -50) a--;
+  }
+  setarity(c, a);
+  int ar = arityof(r);
+  if (!isleafcell(l) && leafstarts(l->left, '\\')) {
+    setfield(c, freeset(r) & ~freeset(l));
+    return;
+  }
+  setredex(c, (!ld && redexflag(l)) || (!rd && redexflag(r)) || ar < 1);
+  uint32_t field;
+  if (!isleafcell(l) && leafstarts(l->left, '{')) {
+    field = freeset(r);
+  } else if (!isleafcell(l) && !isleafcell(l->left) && leafstarts(l->left->left, '{')) {
+    field = (freeset(r) & ~freeset(l->left->right)) | freeset(l);
+  } else {
+    field = freeset(l) | freeset(r);
+  }
+  setfield(c, field);
+}
+
+void sizeup(Cell *c) {
+  if (analysed(c)) return;
+  if (isleafcell(c)) return sizeleaf(c);
+  std::vector<Cell *> todo{c};
+  while (!todo.empty()) {
+    Cell *t = todo.back();
+    if (analysed(t)) {
+      todo.pop_back();
+    } else if (isleafcell(t)) {
+      sizeleaf(t);
+      todo.pop_back();
+    } else if (analysed(t->left) && analysed(t->right)) {
+      sizepair(t);
+      todo.pop_back();
+    } else {
+      if (!analysed(t->right)) todo.push_back(t->right);
+      if (!analysed(t->left)) todo.push_back(t->left);
+    }
+  }
+}
+
+int arityof(Cell *c) {
+  sizeup(c);
+  if (datakind(c)) return 1;
+  return (int)aritycode(c) - 52;
+}
+
+bool isdata(Cell *c) {
+  sizeup(c);
+  return datakind(c);
+}
+
+bool isnormal(Cell *c) {
+  sizeup(c);
+  if (datakind(c)) return true;
+  return !redexflag(c) && arityof(c) >= 1;
+}
+
+bool lazyhead(Cell *c) {
+  while (!isleafcell(c) && !isdata(c)) c = c->left;
+  unsigned char h = headbyte(c);
+  return h && strchr("&ABCDEFHIJKLNQRTUVXZ|", h);
+}
+
+char shapeof(Cell *c) {
+  if (isleafcell(c) || isleafcell(c->left)) return 'o';
+  Cell *l = c->left;
+  if (isleafcell(l->left)) return leafis(l->left, "\\") ? 'u' : 'o';
+  return leafis(l->left->left, "{") ? 'i' : 'o';
+}
+
+uint32_t freeset(Cell *c) {
+  sizeup(c);
+  unsigned char h = headbyte(c);
+  if (datakind(c) || h == '[' || (h >= '0' && h <= '9')) return 0;
+  return fieldof(c);
+}
+
+void needclosed(const CellRef &term) { must(freeset(term) == 0); }
+
+// Substitution as an explicit walk: each frame rebuilds one cell once its parts are done.
+// Parts that do not mention the variable come back as the very same cells.
+CellRef subst(const CellRef &term, const CellRef &value, char var) {
+  must(var >= 'a' && var <= 'z');
+  uint32_t bit = 1u << (var - 'a');
+  struct Frame {
+    Cell *t;
+    char shape;
+    int done;  // parts finished so far
+  };
+  std::vector<Frame> frames;
+  std::vector<CellRef> parts;  // finished results, innermost last
+  // Either finishes t at once (pushing its result) or opens a frame for it.
+  auto enter = [&](Cell *t) {
+    if (!(freeset(t) & bit) || isdata(t)) return parts.emplace_back(t), void();
+    if (isleafcell(t)) return parts.push_back(value), void();
+    frames.push_back({t, shapeof(t), 0});
+  };
+  enter(term.get());
+  while (!frames.empty()) {
+    Frame &f = frames.back();
+    Cell *t = f.t;
+    if (f.shape == 'u') {
+      if (f.done++ == 0) {
+        enter(t->right);
+        continue;
+      }
+      CellRef body = std::move(parts.back());
+      parts.pop_back();
+      frames.pop_back();
+      parts.push_back(cellpair(CellRef(t->left), std::move(body)));
+    } else if (f.shape == 'i') {
+      Cell *binder = t->left->left, *y = binder->right;
+      bool shadowed = leafis(y, std::string(1, var).c_str());
+      if (f.done == 0) {
+        f.done = 1;
+        enter(t->left->right);
+        continue;
+      }
+      if (f.done == 1 && !shadowed) {
+        f.done = 2;
+        enter(t->right);
+        continue;
+      }
+      CellRef c = shadowed ? CellRef(t->right) : std::move(parts.back());
+      if (!shadowed) parts.pop_back();
+      CellRef b = std::move(parts.back());
+      parts.pop_back();
+      frames.pop_back();
+      parts.push_back(cellpair(cellpair(CellRef(binder), std::move(b)), std::move(c)));
+    } else {
+      if (f.done < 2) {
+        enter(f.done++ == 0 ? t->left : t->right);
+        continue;
+      }
+      CellRef r = std::move(parts.back());
+      parts.pop_back();
+      CellRef l = std::move(parts.back());
+      parts.pop_back();
+      frames.pop_back();
+      parts.push_back(cellpair(std::move(l), std::move(r)));
+    }
+  }
+  must(parts.size() == 1);
+  return std::move(parts.back());
+}

@@ -1,0 +1,140 @@
+// The analysis in the header word and substitution, on terms built by hand with the definition
+// table filled by hand.
+#include <gtest/gtest.h>
+
+#include "core/tables.h"
+#include "lang/analysis.h"
+#include "tests/support.h"
+
+namespace {
+class Analysis : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    tablesreset();
+    define("\\", "(\\ a (\\ b (\\ c Z)))");
+    define("{", "(\\ a (\\ b (\\ c Z)))");
+    define("I", "(\\ a a)");
+    define("K", "(\\ a (\\ b a))");
+    define("Z", "(\\ a Z)");
+    define("M", "(\\ a (a a))");
+  }
+  void TearDown() override { tablesreset(); }
+  void define(const std::string &name, const std::string &body) { deftable().emplace(name, sexp(body)); }
+};
+}  // namespace
+
+TEST_F(Analysis, ArityCountsLeadingAbstractionsAndArguments) {
+  std::string ten = "Z";
+  for (char v = 'j'; v >= 'a'; v--) ten = "(\\ " + std::string(1, v) + " " + ten + ")";
+  define("ten", ten);
+  CellRef t("ten");
+  EXPECT_EQ(arityof(t), 10);
+  for (int i = 1; i <= 11; i++) {
+    t = cellpair(std::move(t), CellRef("K"));
+    EXPECT_EQ(arityof(t), 10 - i);
+  }
+  EXPECT_FALSE(isnormal(t));
+  std::string twelve = "Z";
+  for (int i = 0; i < 12; i++) twelve = "(\\ a " + twelve + ")";
+  define("many", twelve);
+  EXPECT_EQ(arityof(CellRef("many")), 11);
+}
+
+TEST_F(Analysis, BoundVariablesAreOpenAndAbsorbing) {
+  EXPECT_EQ(arityof(CellRef("a")), 11);
+  EXPECT_EQ(arityof(sexp("(a b)")), 11);
+  EXPECT_EQ(arityof(sexp("(a b c)")), 11);
+  EXPECT_EQ(freeset(sexp("(a c)")), 0b101u);
+  EXPECT_EQ(freeset(sexp("(\\ a (a c))")), 0b100u);
+  EXPECT_TRUE(isnormal(sexp("(K (a b))")));
+}
+
+TEST_F(Analysis, AbstractionsWantTheirBodyAndArgument) {
+  EXPECT_EQ(arityof(sexp("(\\ x)")), 2);
+  EXPECT_EQ(arityof(sexp("(\\ x b)")), 1);
+  EXPECT_EQ(shapeof(sexp("(\\ x b)")), 'u');
+  EXPECT_EQ(shapeof(sexp("({ x b c)")), 'i');
+  EXPECT_EQ(shapeof(sexp("(K x b)")), 'o');
+  EXPECT_EQ(shapeof(CellRef("K")), 'o');
+  EXPECT_TRUE(isnormal(sexp("(\\ x ((I I) x))")));  // the body of an abstraction is not looked into
+  EXPECT_FALSE(isnormal(sexp("(K (I I))")));
+  EXPECT_TRUE(isnormal(sexp("(K K)")));
+  EXPECT_FALSE(isnormal(sexp("(I K K)")));  // over-applied
+  EXPECT_EQ(arityof(sexp("(I K K)")), -1);
+}
+
+TEST_F(Analysis, BindingsBindOnlyInTheirBody) {
+  CellRef t = sexp("({ x (x y) (x z))");
+  EXPECT_EQ(freeset(t), (1u << ('x' - 'a')) | (1u << ('y' - 'a')) | (1u << ('z' - 'a')));
+  CellRef u = sexp("({ x y (x z))");
+  EXPECT_EQ(freeset(u), (1u << ('y' - 'a')) | (1u << ('z' - 'a')));
+}
+
+TEST_F(Analysis, DataPairsAddTheirLengths) {
+  CellRef p = sexp("([ab] [c])");
+  EXPECT_TRUE(isdata(p));
+  EXPECT_EQ(topbyte(p.get()), 0x40);
+  EXPECT_EQ(fieldof(p.get()), 7u);
+  CellRef q = sexp("([] [ab])");
+  sizeup(q);
+  EXPECT_EQ(fieldof(q.get()), 6u);
+  EXPECT_EQ(topbyte(CellRef("[x]").get()) , 0x80);
+  CellRef leaf("[x]");
+  EXPECT_TRUE(isdata(leaf));
+  EXPECT_EQ(topbyte(leaf.get()), 0xC0);
+  EXPECT_EQ(arityof(leaf), 1);
+  CellRef applied = sexp("([ab] K)");
+  EXPECT_FALSE(isdata(applied));
+  EXPECT_EQ(arityof(applied), 0);
+  EXPECT_FALSE(isnormal(applied));
+  EXPECT_TRUE(isnormal(sexp("(K [ab])")));
+  EXPECT_EQ(freeset(CellRef("123")), 0u);
+  EXPECT_EQ(arityof(CellRef("123")), 1);
+  EXPECT_EQ(arityof(CellRef(")c")), 1);
+  EXPECT_EQ(topbyte(CellRef(std::string(" 12345678")).get()), 0x80);
+}
+
+TEST_F(Analysis, LinearHeads) {
+  for (char c : std::string("&ABCDEFHIJKLNQRTUVXZ|")) {
+    define(std::string(1, c), "(\\ a a)");
+    EXPECT_TRUE(lazyhead(sexp(std::string(1, c) + " x y"))) << c;
+  }
+  for (const char *h : {"S", "M", "O", "P", "W", "Y", "G", "5", "plus", "\\", "{"}) {
+    define(h, "(\\ a a)");
+    EXPECT_FALSE(lazyhead(sexp(std::string(h) + " x"))) << h;
+  }
+  EXPECT_FALSE(lazyhead(sexp("([a] [b])")));
+}
+
+TEST_F(Analysis, UndefinedNamesMustBeLetters) {
+  EXPECT_DEATH(sizeup(CellRef("foo")), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(sizeup(CellRef("Q")), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Analysis, SubstitutionSharesWhatItDoesNotTouch) {
+  CellRef t = sexp("(K (y z) x)");
+  CellRef v("I");
+  CellRef same = subst(t, v, 'w');
+  EXPECT_EQ(same.get(), t.get());
+  CellRef s = subst(t, v, 'x');
+  EXPECT_EQ(cellcompare(s, sexp("(K (y z) I)")), 0);
+  EXPECT_EQ(s->left, t->left);  // the untouched part is the same cell
+  CellRef b = sexp("({ x (x y) (x y))");
+  CellRef bx = subst(b, v, 'x');
+  EXPECT_EQ(cellcompare(bx, sexp("({ x (I y) (x y))")), 0);
+  EXPECT_EQ(bx->left->left, b->left->left);
+  CellRef by = subst(b, v, 'y');
+  EXPECT_EQ(cellcompare(by, sexp("({ x (x I) (x I))")), 0);
+  EXPECT_EQ(cellcompare(subst(sexp("(\\ a (a b))"), v, 'b'), sexp("(\\ a (a I))")), 0);
+  EXPECT_DEATH(subst(t, v, 'X'), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(needclosed(t), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Analysis, DeepTermsAreAnalysedAndSubstitutedWithoutNativeStack) {
+  CellRef t("x");
+  for (int i = 0; i < 1000000; i++) t = cellpair(std::move(t), CellRef("K"));
+  EXPECT_EQ(arityof(t), 11);
+  CellRef s = subst(t, CellRef("I"), 'x');
+  EXPECT_EQ(freeset(s), 0u);
+  EXPECT_EQ(arityof(s), -51);  // the floor absorbs
+}
