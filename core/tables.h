@@ -8,8 +8,13 @@
 
 #include "core/cell.h"
 
-std::map<std::string, CellRef> &deftable();
-std::set<std::string> &freshnames();
+// Both name tables compare plain byte strings; they can be searched with a string_view.
+using Defs = std::map<std::string, CellRef, std::less<>>;
+Defs &deftable();
+std::set<std::string, std::less<>> &freshnames();
+
+// Counts the resets of the tables, so that what is derived from them can tell it is stale.
+extern uint64_t tablesgeneration;
 
 // The interned terms. Members are found by a structural hash and told apart by cellcompare, so
 // that interning costs no walk of the members; the order of members is never looked at.
