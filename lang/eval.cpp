@@ -199,7 +199,7 @@ void rewrite(CellRef &k, CellRef &e) {
       return;
     }
   }
-  if (strcmp(t, "{") == 0) {
+  if (t[0] == '{' && t[1] == 0) {
     Cell *x = args[2], *b = args[1], *c = args[0];
     if (!isnormal(b)) {
       k = frame(std::move(k), cellpair3(L.lam, CellRef(x), CellRef(c)));
@@ -207,10 +207,10 @@ void rewrite(CellRef &k, CellRef &e) {
     } else {
       e = subst(CellRef(c), CellRef(b), textof(x)[0]);
     }
-  } else if (strcmp(t, "\\") == 0) {
+  } else if (t[0] == '\\' && t[1] == 0) {
     e = subst(CellRef(args[1]), CellRef(args[0]), textof(args[2])[0]);
   } else if (first >= '0' && first <= '9') {
-    if (strcmp(t, "0") == 0) e = cellpair(CellRef(args[0]), L.K);
+    if (t[1] == 0 && first == '0') e = cellpair(CellRef(args[0]), L.K);
     else e = cellpair3(L.V, first == '0' ? L.K : L.H, digitsrest(CellRef(h)));
   } else if (isdata(h)) {
     Cell *a = args[0];
