@@ -157,3 +157,47 @@ TEST(Deep, MillionLevelSpinesAreComparedInternedAndReleased) {
   }
   EXPECT_GE(cellsfreed - freed, 4000000u);
 }
+
+TEST(Interning, SharedCellsAreHashedOnceAndInternedWhereverTheyStand) {
+  Keep outer;
+  std::swap(outer, keepset());
+  // Two hundred levels of a cell paired with itself: a walk that does not remember shared
+  // cells would take 2^200 steps.
+  CellRef d("shared-leaf");
+  for (int i = 0; i < 200; i++) d = cellpair(d, d);
+  CellRef kd = cellkeep(d);
+  EXPECT_EQ(kd.get(), d.get());
+  EXPECT_EQ(keepset().members.size(), 201u);
+  // A cell met first below a member and then again elsewhere is interned at its second place.
+  CellRef x = cellpair(CellRef("p"), CellRef("q"));
+  CellRef m = cellkeep(cellpair(CellRef("a"), x));
+  keepdrop(keepset(), x.get());
+  CellRef t = cellpair(cellpair(CellRef("a"), x), cellpair(x, CellRef("b")));
+  CellRef kt = cellkeep(t);
+  EXPECT_EQ(kt->left, m.get());
+  EXPECT_EQ(kt->right, t->right);
+  EXPECT_EQ(cellkeep(x).get(), x.get());
+  EXPECT_EQ(cellcompare(kt, t), 0);
+  std::swap(outer, keepset());
+}
+
+TEST(Interning, TheSetGivesBackItsCountsWhenMembersLeave) {
+  Keep outer;
+  std::swap(outer, keepset());
+  CellRef t = cellpair3(CellRef("S"), CellRef("K"), CellRef("I"));
+  CellRef k = cellkeep(t);
+  EXPECT_EQ(countof(t.get()), 3u);
+  for (int i = 0; i < 1000; i++) cellkeep(cellpair(CellRef(std::to_string(i)), CellRef("K")));
+  EXPECT_EQ(keepset().members.size(), 2000u + 5u);
+  keepdrop(keepset(), t.get());
+  EXPECT_EQ(countof(t.get()), 2u);
+  EXPECT_NE(cellkeep(cellpair3(CellRef("S"), CellRef("K"), CellRef("I"))).get(), t.get());
+  uint64_t freed = cellsfreed;
+  {
+    Keep gone;
+    std::swap(gone, keepset());
+  }
+  EXPECT_GE(cellsfreed - freed, 2001u);  // each pair of the loop, its number and the new S K I
+  EXPECT_EQ(countof(t.get()), 2u);
+  std::swap(outer, keepset());
+}
