@@ -63,8 +63,11 @@ TEST(ByteOrder, PlacesArePermutationOfBytesUnderTheirAlphabets) {
     bytes.insert(p.byte);
     counts[p.alphabet]++;
     EXPECT_EQ(placeof(p.byte), i);
-    if (p.alphabet == 3) EXPECT_EQ(p.byte, p.glyph) << i;
-    if (p.alphabet == 1) EXPECT_EQ(p.byte, (unsigned char)(p.glyph + 128)) << i;
+    if (p.alphabet == 3) {
+      EXPECT_EQ(p.byte, p.glyph) << i;
+    } else if (p.alphabet == 1) {
+      EXPECT_EQ(p.byte, (unsigned char)(p.glyph + 128)) << i;
+    }
   }
   EXPECT_EQ(bytes.size(), 256u);
   EXPECT_EQ(counts[1], 94);
