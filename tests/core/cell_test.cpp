@@ -2,6 +2,8 @@
 // down to terms a million levels deep.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "core/cell.h"
 #include "core/tables.h"
 #include "tests/support.h"
@@ -35,6 +37,27 @@ TEST(Cells, HeaderWritersKeepTheirRanges) {
   EXPECT_DEATH(setfield(c.get(), fieldmax), "ASSERTION FAILED:b:");
   EXPECT_DEATH(setarity(c.get(), 12), "ASSERTION FAILED:b:");
   EXPECT_DEATH(setarity(c.get(), -53), "ASSERTION FAILED:b:");
+}
+
+TEST(Cells, HeaderFieldsDoNotDisturbEachOther) {
+  CellRef c = cellpair(CellRef("a"), CellRef("b"));
+  std::vector<CellRef> copies(1000, c);
+  setfield(c.get(), 0x2AAAAAA);
+  setarity(c.get(), -7);
+  setredex(c.get(), true);
+  EXPECT_EQ(countof(c.get()), 1001u);
+  EXPECT_EQ(topbyte(c.get()), 0x40 | 45);
+  copies.clear();
+  setredex(c.get(), false);
+  EXPECT_EQ(countof(c.get()), 1u);
+  EXPECT_EQ(topbyte(c.get()), 45);
+  EXPECT_EQ(fieldof(c.get()), 0x2AAAAAAu);
+  // A leaf keeps its flag through the writers of the arity code and the field.
+  CellRef l("K");
+  setarity(l.get(), 2);
+  setfield(l.get(), 1);
+  EXPECT_EQ(topbyte(l.get()), 0x80 | 54);
+  EXPECT_EQ(celltext(l), "K");
 }
 
 TEST(Cells, CountsFollowCopiesAndOverflowStops) {
