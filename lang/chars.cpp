@@ -2,11 +2,18 @@
 // A definable operator is written in brackets, "[+]"; a bare operator character is no name.
 #include "lang/chars.h"
 
+#include <array>
 #include <cstring>
 
 #include "core/base.h"
 
-bool isglue(unsigned char c) { return c == '\n' || c == ' ' || (c && strchr("#%&'*+,-./:;<=>?@\\^|", c)); }
+const char delimiters[] = "~!@#$%^&*<>-|+/=\\.`'\":;?(){},[] \n";
+const char prefixchars[] = "~!\"$`";
+
+// Membership of a byte in a set of characters; the NUL byte belongs to none.
+static bool among(const char *set, unsigned char c) { return c && strchr(set, c); }
+
+bool isglue(unsigned char c) { return c == '\n' || c == ' ' || among("#%&'*+,-./:;<=>?@\\^|", c); }
 
 std::string bracketname(unsigned char c) {
   if (c == '(' || c == ')') return "parenthesis";
@@ -15,8 +22,6 @@ std::string bracketname(unsigned char c) {
   must(false);
   return "69";
 }
-
-static bool wordbyte(unsigned char c) { return c == '_' || (c >= 'a' && c <= 'z'); }
 
 bool isword(const std::string &s) {
   if (s.empty()) return false;
@@ -28,7 +33,7 @@ bool isword(const std::string &s) {
 bool isvarname(const std::string &s) { return s.size() == 1 && s[0] >= 'a' && s[0] <= 'z'; }
 
 // The 27 operator characters that may stand as a name, in brackets or after namecore.
-static bool operatorname(unsigned char c) { return c && strchr("{,}~!@#$%^&*<>-|+/=\\.`'\":;?", c); }
+static bool operatorname(unsigned char c) { return among("{,}~!@#$%^&*<>-|+/=\\.`'\":;?", c); }
 
 static bool singlename(unsigned char c) { return (c >= 1 && c <= 31) || (c >= 'A' && c <= 'Z') || c >= 127; }
 
@@ -50,4 +55,196 @@ bool isleafname(const std::string &s) {
 std::string namecore(const std::string &s) {
   must(isname(s));
   return s[0] == '[' ? s.substr(1, 1) : s;
+}
+
+static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
+static bool iswhite(unsigned char c) { return c == ' ' || c == '\n'; }
+
+// From "[" or "]" only brackets count, since a bracket group is literal. From the other four,
+// "(" and "{" open and ")" and "}" close alike, and a bracket group met on the way is jumped.
+size_t groupend(std::string_view s, size_t i) {
+  must(i < s.size());
+  unsigned char c = s[i];
+  if (!isbracket(c)) return i;
+  bool forward = c == '(' || c == '[' || c == '{', literal = c == '[' || c == ']';
+  unsigned char opener = forward ? '[' : ']', closer = forward ? ']' : '[';
+  size_t depth = 0;
+  for (size_t j = i;; j = forward ? j + 1 : j - 1) {
+    must(j < s.size());  // running off either end wraps j past the size
+    unsigned char d = s[j];
+    if (!isbracket(d)) continue;
+    if (literal) {
+      if (d == opener) depth++;
+      else if (d == closer) {
+        must(depth > 0);
+        depth--;
+      }
+    } else if (d == opener) {
+      j = groupend(s, j);
+    } else {
+      must(d != closer);
+      if ((d == '(' || d == '{') == forward) depth++;
+      else {
+        must(depth > 0);
+        depth--;
+      }
+    }
+    if (depth == 0) return j;
+  }
+}
+
+// A bracket group is copied whole, white space included, unless the text begins with white
+// space: then the test (which looks at the first byte of the text) drops every group entirely.
+// A run of white space vanishes next to glue or inside a pair of parentheses or wings, and
+// otherwise becomes one newline if it held one, else one blank.
+std::string normalise(std::string_view s) {
+  size_t first = 0, end = s.size();
+  while (first < end && iswhite(s[first])) first++;
+  while (end > first && iswhite(s[end - 1])) end--;
+  std::string out;
+  out.reserve(end - first);
+  bool keepgroups = !s.empty() && !iswhite(s[0]);
+  for (size_t i = first; i < end;) {
+    unsigned char c = s[i];
+    if (c == '[') {
+      size_t depth = 0, j = i;
+      do {
+        if (s[j] == '[') depth++;
+        else if (s[j] == ']') depth--;
+        j++;
+      } while (depth && j < end);
+      if (keepgroups) out.append(s.substr(i, j - i));
+      i = j;
+    } else if (iswhite(c)) {
+      size_t j = i;
+      bool newline = false;
+      for (; iswhite(s[j]); j++) newline |= s[j] == '\n';
+      unsigned char p = s[i - 1], n = s[j];
+      if (!isglue(p) && !isglue(n) && !among("{(}", p) && !among("}){", n)) out += newline ? '\n' : ' ';
+      i = j;
+    } else {
+      out += (char)c;
+      i++;
+    }
+  }
+  return out;
+}
+
+// A token is a word, a run of digits, a bracket or parenthesised group, or one other byte.
+std::vector<size_t> tokenstarts(std::string_view s) {
+  std::vector<size_t> starts;
+  if (s.empty()) return starts;
+  starts.push_back(0);
+  for (size_t i = among("([{", s[0]) ? groupend(s, 0) + 1 : 1; i < s.size(); i++) {
+    unsigned char c = s[i], p = s[i - 1];
+    bool word = wordbyte(c), digit = isdigitbyte(c);
+    if (p == ']' || p == ')' || c == '[' || c == '(' || (word && !wordbyte(p)) ||
+        (digit && !isdigitbyte(p)) || (!word && !digit && !among(delimiters, c)))
+      starts.push_back(i);
+    if (c == '[' || c == '(') i = groupend(s, i);
+  }
+  return starts;
+}
+
+// The glyphs of the 256 places in order; the alphabet of a place follows from its range.
+static const char placeglyphs[] =
+    "0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~!@#$%^&*<>-|+/=__abcdefghijklmnopqrustvwzxy0123456789"
+    "ABCDEFGHIJKLMNOPQRUSTVWZXY~!@#$%^&*<>-|+/=\\.`'\":;?(){},_abcdefghijklmnopqrustvwzxy0123456789"
+    "ABCDEFGHIJKLMNOPQRUSTVWZXY~!@#$%^&*<>-|+/=\\.`'\":;?(){},[][](){},[]\\.`'\":;?";
+static_assert(sizeof placeglyphs == 257);
+
+static unsigned char placealphabet(int place) {
+  if (place <= 52 || (place >= 239 && place <= 245) || place >= 248) return 2;
+  if (place <= 144 || place >= 246) return 3;
+  return 1;
+}
+
+struct Order {
+  std::array<Place, 256> places;
+  std::array<int, 256> placeofbyte;
+};
+
+static const Order &order() {
+  static const Order o = [] {
+    Order r;
+    r.placeofbyte.fill(-1);
+    for (int i = 0; i < 256; i++) {
+      unsigned char glyph = (unsigned char)placeglyphs[i], alphabet = placealphabet(i);
+      r.places[i] = {glyph, alphabet, nopqchar(alphabet, glyph)};
+      must(r.placeofbyte[r.places[i].byte] < 0);  // the places are a permutation of the bytes
+      r.placeofbyte[r.places[i].byte] = i;
+    }
+    return r;
+  }();
+  return o;
+}
+
+const Place &byteorder(int place) {
+  must(place >= 0 && place < 256);
+  return order().places[place];
+}
+
+int placeof(unsigned char byte) { return order().placeofbyte[byte]; }
+
+// Alphabet 3 is the glyph itself and alphabet 1 the glyph's high twin. In alphabet 2 a glyph
+// names a control byte or a byte from 127 up, as the display shows them: "J" is NUL and the
+// comma is the newline, since the editor keeps those two swapped.
+unsigned char nopqchar(int alphabet, unsigned char glyph) {
+  must(alphabet >= 1 && alphabet <= 3);
+  if (iswhite(glyph) || alphabet == 3) return glyph;
+  if (alphabet == 1) return (unsigned char)(glyph - 128);
+  static const char low[] = "JABCDEFGHI,KLMNOPQRSTUVWXYZ(){}[_";      // bytes 0 to 32
+  static const char high[] = "~!@#$%^&*<>-|+/=\\.`'\":;?0123456789";  // bytes 127 to 160
+  unsigned char g = glyph >= 'a' && glyph <= 'z' ? (unsigned char)(glyph - 32) : glyph;
+  if (among(low, g)) return (unsigned char)(strchr(low, g) - low);
+  if (among(high, g)) return (unsigned char)(127 + (strchr(high, g) - high));
+  if (g == ']') return 255;
+  tolmfail("nopqchar");
+}
+
+// A text byte folds to a printable character for the pattern classes: control bytes pair up
+// onto the operator characters and high bytes onto the letters and digits.
+static unsigned char foldbyte(unsigned char c) {
+  static const char low[] = "~!@#$%^&*<>-|+/=";
+  static const char high[] = "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY";
+  if (c == '\n' || (c >= 32 && c <= 126)) return c;
+  if (c < 32) return (unsigned char)low[c / 2];
+  if (c == 127) return '{';
+  if (c == 128) return '%';
+  if (c == 129) return '}';
+  return (unsigned char)high[(c - 130) / 2];
+}
+
+// One pattern character against one text character. Small letters match their letter in either
+// case; capitals are classes; any other printable pattern matches itself with capitals folded.
+bool charmatch(unsigned char p, unsigned char c) {
+  if (p < 33 || p > 126) return p == c;
+  unsigned char f = foldbyte(c), g = c >= 'A' && c <= 'Z' ? (unsigned char)(c + 32) : f;
+  if (p >= 'a' && p <= 'z') return f == p || f == p - 32;
+  switch (p) {
+    case 'G': return among("\\;", c);
+    case 'I': return among("&|", c);
+    case 'J': return among("<=>#", c);
+    case 'L': return among("+-.;", c);
+    case 'M': return among("%'*/", c);
+    case 'N': return among("^?@", c);
+    case 'O': return among("~!\"$`", c);
+    case 'P': return among("()[]{}", c);
+    case 'Q': return among("!@#$%^&*<>-|+/=\\.'\":;?,`", c);
+    case 'H': return among("-.029:<acfhlnoqx", g);
+    case 'K': return among("+,136;>bdgikmrty", g);
+  }
+  // The remaining fifteen capitals are the masks 1 to 15 over four classes of g.
+  static const char masks[] = "RUSTVWZXYABCDEF";
+  if (among(masks, p)) {
+    int mask = (int)(strchr(masks, p) - masks) + 1;
+    int kind = wordbyte(g) ? 1 : g >= 'A' && g <= 'Z' ? 2 : isdigitbyte(g) ? 4 : 8;
+    return mask & kind;
+  }
+  return g == p;
+}
+
+std::string swapnewline(std::string s) {
+  for (char &c : s) c = c == '\n' ? '\0' : c == '\0' ? '\n' : c;
+  return s;
 }

@@ -2,6 +2,15 @@
 // Program text stays a byte string; everything decided one character at a time is here.
 #pragma once
 #include <string>
+#include <string_view>
+#include <vector>
+
+// The 33 characters at which a token ends: the operators, brackets, blank and newline.
+extern const char delimiters[];
+// The five characters that may stand before an operand with no left operand.
+extern const char prefixchars[];
+inline bool wordbyte(unsigned char c) { return c == '_' || (c >= 'a' && c <= 'z'); }
+inline bool isprefix(unsigned char c) { return c == '~' || c == '!' || c == '"' || c == '$' || c == '`'; }
 
 bool isglue(unsigned char c);
 std::string bracketname(unsigned char c);
@@ -10,3 +19,24 @@ bool isvarname(const std::string &s);
 bool isname(const std::string &s);
 bool isleafname(const std::string &s);
 std::string namecore(const std::string &s);
+
+inline bool isbracket(unsigned char c) {
+  return c == '(' || c == ')' || c == '[' || c == ']' || c == '{' || c == '}';
+}
+// The index of the other end of the group that s[i] opens or closes; i itself for other bytes.
+size_t groupend(std::string_view s, size_t i);
+std::string normalise(std::string_view s);
+// Where the tokens of a text with no operator at its own level begin, in increasing order.
+std::vector<size_t> tokenstarts(std::string_view s);
+
+// The byte order: 256 places, each with a typing alphabet (1, 2 or 3) and a glyph, which
+// together give the byte at that place.
+struct Place {
+  unsigned char glyph, alphabet, byte;
+};
+const Place &byteorder(int place);
+int placeof(unsigned char byte);
+unsigned char nopqchar(int alphabet, unsigned char glyph);
+
+bool charmatch(unsigned char p, unsigned char c);
+std::string swapnewline(std::string s);

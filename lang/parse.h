@@ -1,0 +1,23 @@
+// The expression parser: a ladder of precedence levels that cuts normalised text at its operators
+// and builds the term directly, and the bracket check that the raw text passes first.
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/cell.h"
+
+// The positions at nesting depth 0 of any of the characters; a group's opening byte is seen.
+std::vector<size_t> oppositions(std::string_view text, std::string_view chars);
+// A definition or an expression: the level of ";", "\" and "{".
+CellRef parsetop(std::string text);
+// The inside of a pair of wings: the level of the comma.
+CellRef parselist(std::string text);
+
+// Five blob digits for a position from 0 to 0x3FFFFFFF; 0x40000000 gives "!!!!!".
+std::string posname(int64_t n);
+// Checks the brackets of a raw text whose first byte lies at offset base of its document. On
+// failure it returns false with the status word, "[", the position's name, "]" and the message
+// in error, and the position in where.
+bool matchcheck(const std::string &text, int64_t base, std::string &error, int64_t &where);

@@ -1,0 +1,113 @@
+// Normalisation, groups and token starts, the byte order with its alphabets, the pattern
+// classes of one character, and the swap of NUL and newline.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "lang/chars.h"
+#include "tests/support.h"
+
+TEST(Normalise, WhiteSpaceNextToGlueAndInsideGroupsVanishes) {
+  EXPECT_EQ(normalise("a b"), "a b");
+  EXPECT_EQ(normalise("a + b"), "a+b");
+  EXPECT_EQ(normalise("a\n\nb"), "a\nb");
+  EXPECT_EQ(normalise("f (x)"), "f (x)");
+  EXPECT_EQ(normalise("f ~x"), "f ~x");
+  EXPECT_EQ(normalise("( a ) { b }"), "(a){b}");
+  EXPECT_EQ(normalise("a\n,b"), "a,b");
+  EXPECT_EQ(normalise(" \n "), "");
+}
+
+TEST(Normalise, BracketGroupsStayWholeOrVanishWithLeadingWhiteSpace) {
+  EXPECT_EQ(normalise("[a  b]"), "[a  b]");
+  EXPECT_EQ(normalise("x+[a [b\n] c] y"), "x+[a [b\n] c] y");
+  EXPECT_EQ(normalise(" [a  b]"), "");
+  EXPECT_EQ(normalise("\nf [a] (g [b]) "), "f  (g )");
+  // The neighbours of a run are bytes of the input, so a run beside a lost group stays.
+  EXPECT_EQ(normalise(" f [x] y"), "f  y");
+}
+
+TEST(Groups, EndsOfGroupsInBothDirections) {
+  EXPECT_EQ(groupend("(a[)]b)", 0), 6u);
+  EXPECT_EQ(groupend("(a[)]b)", 6), 0u);
+  EXPECT_EQ(groupend("[a[(]b]c", 0), 6u);
+  EXPECT_EQ(groupend("[a[(]b]c", 6), 0u);
+  EXPECT_EQ(groupend("x(a}", 1), 3u);  // parentheses and wings count as one kind
+  EXPECT_EQ(groupend("{(a)}", 4), 0u);
+  EXPECT_EQ(groupend("abc", 1), 1u);
+  EXPECT_DEATH(groupend("(a", 0), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(groupend("a)", 2), "ASSERTION FAILED:b:");
+}
+
+TEST(Tokens, WordsDigitsGroupsAndSingleBytes) {
+  using P = std::vector<size_t>;
+  EXPECT_EQ(tokenstarts("ab12cd"), (P{0, 2, 4}));
+  EXPECT_EQ(tokenstarts("f(x)(y)"), (P{0, 1, 4}));
+  EXPECT_EQ(tokenstarts("SKK"), (P{0, 1, 2}));
+  EXPECT_EQ(tokenstarts("Foo"), (P{0, 1}));
+  EXPECT_EQ(tokenstarts("[a b]x[c]"), (P{0, 5, 6}));
+  EXPECT_EQ(tokenstarts("(a)(b)c"), (P{0, 3, 6}));
+  EXPECT_EQ(tokenstarts(std::string("a\x01\xff" "b", 4)), (P{0, 1, 2, 3}));
+}
+
+TEST(ByteOrder, PlacesArePermutationOfBytesUnderTheirAlphabets) {
+  std::set<int> bytes;
+  int counts[4] = {};
+  for (int i = 0; i < 256; i++) {
+    const Place &p = byteorder(i);
+    bytes.insert(p.byte);
+    counts[p.alphabet]++;
+    EXPECT_EQ(placeof(p.byte), i);
+  }
+  EXPECT_EQ(bytes.size(), 256u);
+  EXPECT_EQ(counts[1], 94);
+  EXPECT_EQ(counts[2], 68);
+  // The letters run in the language's own order: U before S and T, Z before X and Y.
+  EXPECT_EQ(byteorder(28).glyph, 'U');
+  EXPECT_EQ(byteorder(28).byte, 21);
+  EXPECT_EQ(placeof(0), 19);
+  EXPECT_EQ(placeof('\n'), 245);
+  EXPECT_EQ(placeof(']'), 247);
+  EXPECT_EQ(placeof(223), 145);
+}
+
+TEST(ByteOrder, GlyphsUnderEachAlphabet) {
+  EXPECT_EQ(nopqchar(2, 'j'), 0);
+  EXPECT_EQ(nopqchar(2, ','), '\n');
+  EXPECT_EQ(nopqchar(2, 'q'), 17);
+  EXPECT_EQ(nopqchar(2, '_'), ' ');
+  EXPECT_EQ(nopqchar(2, '?'), 150);
+  EXPECT_EQ(nopqchar(2, ']'), 255);
+  EXPECT_EQ(nopqchar(1, 'a'), 225);
+  EXPECT_EQ(nopqchar(1, ' '), ' ');
+  EXPECT_EQ(nopqchar(3, 'x'), 'x');
+  Child c = runchild([] { nopqchar(2, '\t'); });
+  EXPECT_EQ(c.out, "TOLMFAIL: nopqchar\n");
+}
+
+TEST(CharMatch, LettersClassesAndFoldedBytes) {
+  struct Case {
+    unsigned char p, c;
+    bool match;
+  };
+  const Case cases[] = {
+      // Small letters in either case, also as the high bytes that fold onto them.
+      {'a', 'a', true}, {'a', 'A', true}, {'a', 133, true}, {'a', 'b', false},
+      // Patterns outside the printable range match only themselves.
+      {' ', ' ', true}, {' ', '\n', false}, {200, 201, false},
+      // Operator classes test the raw byte; L takes the semicolon and not the colon.
+      {'G', ';', true}, {'L', ';', true}, {'L', ':', false}, {'O', '`', true}, {'P', 127, false},
+      {'Q', ',', true}, {'Q', 'a', false}, {'J', '#', true}, {'M', '\'', true},
+      // Kind masks over the folded byte, a raw capital counting as its small letter.
+      {'R', 'Q', true}, {'U', 'Q', false}, {'U', 204, true}, {'T', 184, true}, {'X', 3, true},
+      {'V', '+', false}, {'C', '+', true}, {'F', 0, true},
+      {'H', 'X', true}, {'H', 'b', false}, {'K', ',', true},
+      // Any other printable pattern is the folded byte itself.
+      {'-', 22, true}, {'{', 127, true}, {'%', 128, true}, {'5', '6', false},
+  };
+  for (const Case &k : cases) EXPECT_EQ(charmatch(k.p, k.c), k.match) << k.p << " against " << (int)k.c;
+}
+
+TEST(SwapNewline, ExchangesOnlyNulAndNewline) {
+  EXPECT_EQ(swapnewline(std::string("a\nb\0c\r", 6)), std::string("a\0b\nc\r", 6));
+}

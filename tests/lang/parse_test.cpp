@@ -1,0 +1,156 @@
+// The operator ladder on normalised texts, compared with terms built by hand, and the bracket
+// check with each of its messages and positions.
+#include <gtest/gtest.h>
+
+#include "lang/chars.h"
+#include "lang/parse.h"
+#include "tests/support.h"
+
+namespace {
+// A term as an s-expression, for the failure messages.
+std::string show(const CellRef &t) {
+  if (!cellispair(t)) return celltext(t);
+  return "(" + show(cellleft(t)) + " " + show(cellright(t)) + ")";
+}
+
+// Parses the normalised text and compares with the term written as an s-expression.
+void same(const std::string &text, const std::string &expected) {
+  CellRef got = parsetop(normalise(text)), want = sexp(expected);
+  EXPECT_EQ(cellcompare(got, want), 0) << text << " gave " << show(got) << ", not " << show(want);
+}
+
+std::string check(const std::string &text, int64_t base = 0) {
+  std::string error;
+  int64_t where = -1;
+  if (matchcheck(text, base, error, where)) return "ok";
+  return error + "@" + std::to_string(where);
+}
+}  // namespace
+
+TEST(Parse, PrecedenceAndGrouping) {
+  same("a+b*c", "(+ a (* b c))");
+  same("a*b+c", "(+ (* a b) c)");
+  same("a-b-c", "(- (- a b) c)");
+  same("a=b=c", "(= a (= b c))");
+  same("a&b|c", "(& a (| b c))");
+  same("a^b^c", "(^ a (^ b c))");
+  same("a?b?c", "(? (? a b) c)");
+  same("a@b c", "((@ a b) c)");
+  same("(a+b)*c", "(* (+ a b) c)");
+  same("a;b", "(; a b)");
+  same("f\\x\\y", "(\\ f (\\ x y))");
+  same("a:b.c", "(. (: a b) c)");
+  same("a%b'c/d", "(/ (' (% a b) c) d)");
+}
+
+TEST(Parse, ApplicationByBlankJuxtapositionAndCallList) {
+  same("f x y", "((f x) y)");
+  same("f(x,y)", "((f x) y)");
+  same("FXY", "((F X) Y)");
+  same("f x(y)", "(f (x y))");
+  same("f(a)(b+c)", "((f a) (+ b c))");
+  same("f()", "(f })");
+  same("x1", "(x 1)");
+  same("Foo", "(F oo)");
+  same("f(a,g(b,c))", "((f a) ((g b) c))");
+  // Three lines apply downwards, each line to the term above it.
+  same("a\nb\nc", "(c (b a))");
+}
+
+TEST(Parse, PrefixOperators) {
+  same("!x~", "(~ (! x))");
+  same("~!x", "(~ (! x))");
+  same("f~x!y", "((f (~ x)) (! y))");
+  same("f~!x", "(f (~ (! x)))");
+  same("f(~x)", "(f (~ x))");
+  same("(~x)", "(~ x)");
+  same("a+~b", "(+ a (~ b))");
+  same("!", "(! })");
+}
+
+TEST(Parse, WingsAndCommaLists) {
+  same("y{3}y*y", "((({ y) 3) (* y y))");
+  same("a{b,c,d}e", "((({ a) ((, b) ((, c) d))) e)");
+  same("a{b}c{d}e", "((({ a) b) ((({ c) d) e))");
+  same("a;b{c}d", "((; a) ((({ b) c) d))");
+  same("a{}", "((({ a) }) })");
+  EXPECT_EQ(cellcompare(parselist("a,b,c"), sexp("((, a) ((, b) c))")), 0);
+  same("double\\n\\n+n", "((\\ double) ((\\ n) ((+ n) n)))");
+  same("(a b){V 1 2}a+b", "((({ (a b)) ((V 1) 2)) ((+ a) b))");
+  same("fact\\n\\(n=0)1(n*fact(n-1))",
+       "((\\ fact) ((\\ n) (((= n) 0) 1 ((* n) (fact ((- n) 1))))))");
+}
+
+TEST(Parse, EmptyOperandsAndAtoms) {
+  same("", "}");
+  same("a+", "(+ a })");
+  same("+b", "(+ } b)");
+  // A bracket literal drops its newlines and turns the editor's line break (NUL) into a newline.
+  CellRef lit = parsetop(std::string("[a\nb\0c]", 7));
+  EXPECT_EQ(celltext(lit), "[ab\nc]");
+  CellRef nul = parsetop(std::string("f\0", 2));
+  EXPECT_EQ(celltext(cellright(nul)), "\n");
+  EXPECT_EQ(celltext(parsetop("[a b]")), "[a b]");
+  EXPECT_EQ(celltext(parsetop("123")), "123");
+  // A parenthesis at the start of a token is grouping, later ones are call lists.
+  same("(f)(x)", "(f x)");
+}
+
+TEST(Parse, LongFlatTextsDoNotRecursePerOperator) {
+  std::string sum = "a", calls = "f(", blanks = "g";
+  for (int i = 0; i < 100000; i++) {
+    sum += "+a";
+    calls += i ? ",x" : "x";
+    blanks += " y";
+  }
+  calls += ")";
+  CellRef s = parsetop(sum), c = parsetop(calls), b = parsetop(blanks);
+  int depth = 0;
+  for (Cell *t = s.get(); !isleafcell(t); t = t->left->right) depth++;
+  EXPECT_EQ(depth, 100000);
+  EXPECT_EQ(celltext(cellright(c)), "x");
+  EXPECT_EQ(celltext(cellright(b)), "y");
+}
+
+TEST(Parse, OppositionsSkipGroupsButSeeTheirOpening) {
+  EXPECT_EQ(oppositions("a{b;c}d;e", ";{"), (std::vector<size_t>{1, 7}));
+  EXPECT_EQ(oppositions("(a,b),[,],c", ","), (std::vector<size_t>{5, 9}));
+  EXPECT_EQ(oppositions("", ","), std::vector<size_t>{});
+}
+
+TEST(MatchCheck, BracketMessagesAndPositions) {
+  EXPECT_EQ(posname(5), "____e");
+  EXPECT_EQ(posname(64), "___a_");
+  EXPECT_EQ(posname(0x3FFFFFFF), "~~~~~");
+  EXPECT_EQ(posname(0x40000000), "!!!!!");
+  EXPECT_DEATH(posname(0x40000001), "ASSERTION FAILED:b:");
+  EXPECT_EQ(check("(ab)c)"), "Match[____e]Left dangling parenthesis.@5");
+  EXPECT_EQ(check("a]"), "Match[____a]Left dangling bracket.@1");
+  EXPECT_EQ(check("}", 10), "Match[____j]Left dangling wing.@10");
+  EXPECT_EQ(check("x(a}"), "Match[____a]Doesn't fit '}' at [____c].@1");
+  EXPECT_EQ(check("{a)", 64), "Match[___a_]Doesn't fit ')' at [___ab].@64");
+  EXPECT_EQ(check("((a)"), "Match[_____]Right dangling parenthesis.@0");
+  EXPECT_EQ(check("a{b"), "Match[____a]Right dangling wing.@1");
+  EXPECT_EQ(check("[a"), "Match[_____]Right dangling bracket.@0");
+  // Brackets swallow everything but brackets.
+  EXPECT_EQ(check("[a(b]"), "ok");
+  EXPECT_EQ(check("[a[}]]"), "ok");
+  EXPECT_EQ(check("(a[)]"), "Match[_____]Right dangling parenthesis.@0");
+}
+
+TEST(MatchCheck, CommasOnlyInCallLists) {
+  const std::string comma = "Comma encountered in parenthesization which is not a call list.";
+  EXPECT_EQ(check("(a,b)"), "Comma[____b]" + comma + "@2");
+  EXPECT_EQ(check("f(a,b)"), "ok");
+  EXPECT_EQ(check("{a,b}"), "ok");
+  EXPECT_EQ(check("x+(a,b)"), "Comma[____d]" + comma + "@4");
+  EXPECT_EQ(check("x (a,b)", 3), "Comma[____g]" + comma + "@7");
+  EXPECT_EQ(check("(a,b)(c)"), "Comma[____b]" + comma + "@2");
+  EXPECT_EQ(check("f(a)(b,c)"), "ok");
+  EXPECT_EQ(check("[x](a,b)"), "ok");
+  EXPECT_EQ(check("f(a,(b,c))"), "Comma[____f]" + comma + "@6");
+  EXPECT_EQ(check("f(a,[(,)],c)"), "ok");
+  EXPECT_EQ(check("(a{b,c})"), "ok");
+  EXPECT_EQ(check("(a,b,c)"), "Comma[____b]" + comma + "@2");
+  EXPECT_EQ(check("x,(a)"), "ok");
+}
