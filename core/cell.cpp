@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <unordered_map>
+#include <sys/mman.h>
 #include <utility>
 #include <vector>
 
@@ -12,32 +12,53 @@
 
 uint64_t cellsmade = 0, cellsfreed = 0;
 
-// Pairs take 24-byte blocks from a free list carved out of large slabs; leaves, whose size
-// varies with their text, come from the general heap. Sanitizer builds use the heap for all.
+// Cells of 24 bytes, every pair and every leaf of at most 15 text bytes, come from a free list
+// carved out of one stretch of address space reserved at the first need, so that whether a cell
+// came from there is told by its address alone, never by reading its text. Longer leaves, and
+// every cell once the stretch is used up, come from the general heap. Sanitizer builds use the
+// heap for all.
 constexpr size_t smallcell = sizeof(Cell);
+constexpr size_t smalltext = smallcell - offsetof(Cell, left) - 1;
 
 #ifdef TOLM_PLAINHEAP
 static Cell *takesmall() { return (Cell *)malloc(smallcell); }
 static void givesmall(Cell *c) { free(c); }
 #else
 static Cell *freecells = nullptr;
+static char *poolstart = nullptr, *poolnext = nullptr, *poolend = nullptr;
+
+static void poolreserve() {
+  constexpr size_t reserve = 16ull << 30;  // address space only: pages are taken as they are touched
+  static char none;                        // a refused reservation leaves the stretch empty
+  void *p = mmap(nullptr, reserve, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  poolstart = poolnext = p == MAP_FAILED ? &none : (char *)p;
+  poolend = p == MAP_FAILED ? &none : poolstart + reserve;
+}
 
 static Cell *takesmall() {
-  if (!freecells) {
-    constexpr size_t slab = 4096;
-    Cell *block = (Cell *)malloc(slab * smallcell);
-    must(block != nullptr);
-    for (size_t i = 0; i < slab; i++) {
-      block[i].word = (uint64_t)(uintptr_t)freecells;
-      freecells = &block[i];
-    }
+  if (freecells) {
+    Cell *c = freecells;
+    freecells = (Cell *)(uintptr_t)c->word;
+    return c;
   }
-  Cell *c = freecells;
-  freecells = (Cell *)(uintptr_t)c->word;
-  return c;
+  if (!poolend) poolreserve();
+  constexpr size_t slab = 4096 * smallcell;
+  if ((size_t)(poolend - poolnext) < slab) {
+    Cell *c = (Cell *)malloc(smallcell);
+    must(c != nullptr);
+    return c;
+  }
+  Cell *block = (Cell *)poolnext;
+  poolnext += slab;
+  for (size_t i = slab / smallcell - 1; i > 0; i--) {
+    block[i].word = (uint64_t)(uintptr_t)freecells;
+    freecells = &block[i];
+  }
+  return &block[0];
 }
 
 static void givesmall(Cell *c) {
+  if ((char *)c < poolstart || (char *)c >= poolend) return free(c);
   c->word = (uint64_t)(uintptr_t)freecells;
   freecells = c;
 }
@@ -46,13 +67,14 @@ static void givesmall(Cell *c) {
 static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
 Cell *newleaf(const char *text, size_t n) {
-  Cell *c = (Cell *)malloc(offsetof(Cell, left) + n + 1);
-  must(c != nullptr);
+  void *block = n <= smalltext ? (void *)takesmall() : malloc(offsetof(Cell, left) + n + 1);
+  must(block != nullptr);
   cellsmade++;
-  c->word = leafbit;
-  char *t = textof(c);
+  char *t = (char *)block + offsetof(Cell, left);
   if (n) memcpy(t, text, n);
   t[n] = 0;
+  Cell *c = (Cell *)block;
+  c->word = leafbit;
   unsigned char first = n ? (unsigned char)t[0] : 0;
   if ((isdigitbyte(first) || first == '[') && n < fieldmax) c->word |= (uint64_t)n << fieldshift;
   return c;
@@ -67,9 +89,10 @@ Cell *newpair(Cell *left, Cell *right) {
   return c;
 }
 
+// A leaf goes back where it came from, which its address tells: the pool or the general heap.
 static void freeleaf(Cell *c) {
   cellsfreed++;
-  free(c);
+  givesmall(c);
 }
 
 // Drops one count of a child of a dying pair; a pair that dies too is chained through its header.
@@ -214,97 +237,123 @@ static uint64_t leafhash(const Cell *c) {
   return mix(h);
 }
 
-using Hashes = std::unordered_map<Cell *, uint64_t>;
-
-static bool knownhash(Cell *c, const Keep &k, const Hashes &memo, uint64_t &h) {
-  auto m = k.hashes.find(c);
-  if (m != k.hashes.end()) return h = m->second, true;
-  auto i = memo.find(c);
-  if (i != memo.end()) return h = i->second, true;
-  return false;
-}
-
-static void hashterm(Cell *t, const Keep &k, Hashes &memo) {
-  std::vector<Cell *> todo{t};
-  uint64_t h, hl, hr;
-  while (!todo.empty()) {
-    Cell *c = todo.back();
-    if (knownhash(c, k, memo, h)) {
-      todo.pop_back();
-    } else if (isleafcell(c)) {
-      memo[c] = leafhash(c);
-      todo.pop_back();
-    } else {
-      bool l = knownhash(c->left, k, memo, hl), r = knownhash(c->right, k, memo, hr);
-      if (l && r) {
-        memo[c] = mix(hl * 31 + mix(hr + 0x9e3779b97f4a7c15ull));
-        todo.pop_back();
-      } else {
-        if (!r) todo.push_back(c->right);
-        if (!l) todo.push_back(c->left);
-      }
-    }
-  }
+static uint64_t pairhash(uint64_t left, uint64_t right) {
+  return mix(left * 31 + mix(right + 0x9e3779b97f4a7c15ull)) | 1;
 }
 
 static Cell *findmember(const Keep &k, Cell *t, uint64_t h) {
-  auto range = k.members.equal_range(h);
-  for (auto i = range.first; i != range.second; ++i) {
-    Cell *m = i->second.get();
-    if (comparecells(m, t) == 0) return m;
-  }
-  return nullptr;
+  Cell *found = nullptr;
+  flatscan(k.members, h, [&](uint64_t m) {
+    if (comparecells((Cell *)(uintptr_t)m, t) != 0) return false;
+    found = (Cell *)(uintptr_t)m;
+    return true;
+  });
+  return found;
 }
 
-static void addmember(Keep &k, Cell *c, uint64_t h) {
-  k.members.emplace(h, CellRef(c));
-  k.hashes[c] = h;
+// The term being interned, laid out in the order in which interning meets its cells: each cell
+// with its hash and the number of entries its subterm takes. A member of the set or a cell met
+// a second time takes one entry and is not gone into again. Only a cell with two counts or more
+// can be either, so the cells that only this term holds cost no lookup at all.
+struct Entry {
+  Cell *c;
+  uint64_t h;
+  size_t size;
+};
+
+struct Layout {
+  std::vector<Entry> entries;
+  Flat first;  // a cell held more than once to the index of its first entry
+};
+
+static uint64_t cellkey(const Cell *c) { return (uint64_t)(uintptr_t)c; }
+
+// A hash of 0 would mark a free slot of the tables, so every hash has its low bit set.
+static void layout(Cell *t, const Keep &k, Layout &out) {
+  std::vector<Entry> &e = out.entries;
+  std::vector<std::pair<size_t, bool>> open;  // entry of a pair, and whether its right is under way
+  for (;;) {
+    if (t) {
+      uint64_t h = 0;
+      auto take = [&](uint64_t v) { return h = v, true; };
+      auto fromfirst = [&](uint64_t i) { return h = e[i].h, true; };
+      bool shared = countof(t) >= 2;
+      if (shared && (flatscan(k.hashes, cellkey(t), take) || flatscan(out.first, cellkey(t), fromfirst))) {
+        e.push_back({t, h, 1});
+      } else if (isleafcell(t)) {
+        e.push_back({t, leafhash(t) | 1, 1});
+      } else {
+        if (shared) flatput(out.first, cellkey(t), e.size());
+        open.emplace_back(e.size(), false);
+        e.push_back({t, 0, 0});
+        t = t->left;
+        continue;
+      }
+      t = nullptr;
+    }
+    if (open.empty()) return;
+    auto &[i, right] = open.back();
+    if (!right) {
+      right = true;
+      t = e[i].c->right;
+      continue;
+    }
+    size_t l = i + 1, r = l + e[l].size;
+    e[i].h = pairhash(e[l].h, e[r].h);
+    e[i].size = e.size() - i;
+    open.pop_back();
+  }
 }
 
 // A term found yields the member; a leaf not found goes in; a pair not found has its children
 // interned first and goes in itself, or as a new pair when a child came back as another cell.
 CellRef cellkeep(CellRef ref) {
   Keep &k = keepset();
-  Hashes memo;
-  hashterm(ref.get(), k, memo);
+  Layout lay;
+  layout(ref.get(), k, lay);
+  const std::vector<Entry> &e = lay.entries;
   struct Frame {
-    Cell *t;
-    uint64_t h;
+    size_t i;
     Cell *left;  // the interned left child, once known
   };
   std::vector<Frame> stack;
   Cell *result = nullptr;
-  Cell *enter = ref.get();
+  size_t enter = 0;
+  bool entering = true;
   for (;;) {
-    if (enter) {
-      uint64_t h = 0;
-      must(knownhash(enter, k, memo, h));
-      if (Cell *m = findmember(k, enter, h)) {
+    if (entering) {
+      entering = false;
+      const Entry &x = e[enter];
+      if (Cell *m = findmember(k, x.c, x.h)) {
         result = m;
-      } else if (isleafcell(enter)) {
-        addmember(k, enter, h);
-        result = enter;
+      } else if (isleafcell(x.c)) {
+        keepadd(k, x.c, x.h);
+        result = x.c;
       } else {
-        stack.push_back({enter, h, nullptr});
-        enter = enter->left;
+        // A cell met again that is still not in the set is interned from its first entry.
+        size_t i = enter;
+        if (x.size == 1) must(flatscan(lay.first, cellkey(x.c), [&](uint64_t f) { return i = f, true; }));
+        stack.push_back({i, nullptr});
+        enter = i + 1;
+        entering = true;
         continue;
       }
-      enter = nullptr;
     }
     if (stack.empty()) break;
     Frame &f = stack.back();
     if (!f.left) {
       f.left = result;
-      enter = f.t->right;
+      enter = f.i + 1 + e[f.i + 1].size;
+      entering = true;
       continue;
     }
-    Cell *t = f.t;
+    Cell *t = e[f.i].c;
     if (f.left != t->left || result != t->right) {
       cellinc(f.left);
       cellinc(result);
       t = newpair(f.left, result);
     }
-    addmember(k, t, f.h);
+    keepadd(k, t, e[f.i].h);
     result = t;
     stack.pop_back();
   }

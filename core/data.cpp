@@ -69,7 +69,7 @@ static size_t laststart(std::string_view t) {
 
 bool dataempty(const CellRef &x) {
   must(isdata(x));
-  return leafis(x.get(), "[]");
+  return !cellispair(x) && leaftext(x.get()) == "[]";
 }
 
 CellRef datainit(const CellRef &x) {

@@ -19,18 +19,69 @@ Keep &keepset() {
   return keep;
 }
 
-void keepdrop(Keep &k, Cell *member) {
-  auto h = k.hashes.find(member);
-  must(h != k.hashes.end());
-  auto range = k.members.equal_range(h->second);
-  for (auto i = range.first; i != range.second; ++i) {
-    if (i->second.get() == member) {
-      k.hashes.erase(h);
-      k.members.erase(i);
-      return;
+size_t flathome(const Flat &f, uint64_t key) {
+  key ^= key >> 31;
+  key *= 0x9e3779b97f4a7c15ull;
+  return (size_t)(key >> 17) & (f.keys.size() - 1);
+}
+
+static void flatgrow(Flat &f) {
+  Flat bigger;
+  bigger.keys.assign(f.keys.empty() ? 16 : f.keys.size() * 2, 0);
+  bigger.values.assign(bigger.keys.size(), 0);
+  for (size_t i = 0; i < f.keys.size(); i++)
+    if (f.keys[i]) flatput(bigger, f.keys[i], f.values[i]);
+  std::swap(f, bigger);
+}
+
+void flatput(Flat &f, uint64_t key, uint64_t value) {
+  must(key != 0);
+  if (2 * (f.count + 1) > f.keys.size()) flatgrow(f);
+  size_t mask = f.keys.size() - 1, i = flathome(f, key);
+  while (f.keys[i]) i = (i + 1) & mask;
+  f.keys[i] = key;
+  f.values[i] = value;
+  f.count++;
+}
+
+// Removing an entry moves later entries of its run back into the hole when their home lies at
+// or before it, so that lookups never need markers of removed entries.
+bool flatdrop(Flat &f, uint64_t key, uint64_t value) {
+  if (f.keys.empty()) return false;
+  size_t mask = f.keys.size() - 1, i = flathome(f, key);
+  for (; f.keys[i]; i = (i + 1) & mask)
+    if (f.keys[i] == key && f.values[i] == value) break;
+  if (!f.keys[i]) return false;
+  for (size_t j = (i + 1) & mask; f.keys[j]; j = (j + 1) & mask) {
+    size_t home = flathome(f, f.keys[j]);
+    if (((j - home) & mask) >= ((j - i) & mask)) {
+      f.keys[i] = f.keys[j];
+      f.values[i] = f.values[j];
+      i = j;
     }
   }
-  must(false);
+  f.keys[i] = 0;
+  f.count--;
+  return true;
+}
+
+void keepadd(Keep &k, Cell *member, uint64_t hash) {
+  cellinc(member);
+  flatput(k.members, hash, (uint64_t)(uintptr_t)member);
+  flatput(k.hashes, (uint64_t)(uintptr_t)member, hash);
+}
+
+void keepdrop(Keep &k, Cell *member) {
+  uint64_t hash = 0;
+  must(flatscan(k.hashes, (uint64_t)(uintptr_t)member, [&](uint64_t h) { return hash = h, true; }));
+  must(flatdrop(k.hashes, (uint64_t)(uintptr_t)member, hash));
+  must(flatdrop(k.members, hash, (uint64_t)(uintptr_t)member));
+  celldec(member);
+}
+
+Keep::~Keep() {
+  for (size_t i = 0; i < members.keys.size(); i++)
+    if (members.keys[i]) celldec((Cell *)(uintptr_t)members.values[i]);
 }
 
 std::map<std::string, builtinrow> &builtintable() {

@@ -4,7 +4,8 @@
 #include <map>
 #include <set>
 #include <string>
-#include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "core/cell.h"
 
@@ -16,13 +17,46 @@ std::set<std::string, std::less<>> &freshnames();
 // Counts the resets of the tables, so that what is derived from them can tell it is stale.
 extern uint64_t tablesgeneration;
 
+// A flat table of 64-bit keys and values with linear probing, for the lookups of interning, where
+// node-based maps spend their time allocating and chasing pointers. Key 0 marks a free slot; a
+// key may occur more than once.
+struct Flat {
+  std::vector<uint64_t> keys, values;
+  size_t count = 0;
+  size_t size() const { return count; }
+};
+void flatput(Flat &f, uint64_t key, uint64_t value);
+bool flatdrop(Flat &f, uint64_t key, uint64_t value);
+size_t flathome(const Flat &f, uint64_t key);
+
+// Calls found(value) for each entry of the key until it returns true; tells whether one did.
+template <class Found>
+bool flatscan(const Flat &f, uint64_t key, Found found) {
+  if (f.keys.empty()) return false;
+  size_t mask = f.keys.size() - 1;
+  for (size_t i = flathome(f, key); f.keys[i]; i = (i + 1) & mask)
+    if (f.keys[i] == key && found(f.values[i])) return true;
+  return false;
+}
+
 // The interned terms. Members are found by a structural hash and told apart by cellcompare, so
-// that interning costs no walk of the members; the order of members is never looked at.
+// that interning costs no walk of the members; the order of members is never looked at. Each
+// member holds one count, given back when it leaves the set or the set goes.
 struct Keep {
-  std::unordered_multimap<uint64_t, CellRef> members;  // structural hash to member
-  std::unordered_map<Cell *, uint64_t> hashes;          // member to its structural hash
+  Flat members;  // structural hash to member
+  Flat hashes;   // member to its structural hash
+  Keep() = default;
+  Keep(const Keep &) = delete;
+  Keep(Keep &&o) noexcept { *this = std::move(o); }
+  Keep &operator=(Keep &&o) noexcept {
+    std::swap(members, o.members);
+    std::swap(hashes, o.hashes);
+    return *this;
+  }
+  ~Keep();
 };
 Keep &keepset();
+void keepadd(Keep &k, Cell *member, uint64_t hash);
 void keepdrop(Keep &k, Cell *member);
 
 // One row of the built-in table: the number of arguments and the function that rewrites a

@@ -1,6 +1,51 @@
 // The undo log of all documents: one ordered tree of records keyed by document and number.
 // Every undoable edit is a record applied by edittodo and reversed by editundo.
 #pragma once
+#include <cstdint>
 #include <string>
 
+// One operation. The tree's links live in the record; colour, type, number and offset share one
+// 64-bit word, highest bit first, so an offset must fit in 30 bits.
+struct Oper {
+  std::string name;  // key of the document
+  std::string data;  // payload, by type
+  Oper *up = nullptr, *left = nullptr, *right = nullptr;
+  uint64_t w : 30;   // an offset into the text, or for type 0 the link of the undo chain
+  uint64_t v : 30;   // number within the document: 0 for the base record, then 1, 3, 5, ...
+  uint64_t t : 3;    // type: 0 undo, 2 taps, 3 vows, 4 kill, 5 yank, 6 byte; 1 and 7 below
+  uint64_t z : 1;    // 1 for a black node
+  Oper() : w(0), v(0), t(0), z(0) {}
+};
+
 void openlog(const std::string &name);
+void closelog(const std::string &name);
+Oper *firstop();
+Oper *lastop();
+Oper *findop(int64_t v);
+void addop(Oper *o);
+void edittodo(int64_t v);
+void editundo(int64_t v);
+bool canundo();
+void undo();
+// False when the last record is no undo: nothing to redo.
+bool redo();
+// Forgets every record but the base records; false when there was none.
+bool dropoplog();
+// Removes every record of every document, base records too: the editor's state starts over.
+void forgetlogs();
+// One line for each record in order, then the tree's black height.
+std::string dumplog();
+
+void logtyped(unsigned char b);
+void logback();
+void logkill(const std::string &s);
+void logyank();
+void logtaps(const std::string &digits, unsigned char b);
+
+// Types 1 (Swap, also every base record), 3 (the sort of definitions, which is reversed here from
+// the text it keeps) and 7 (Dent) are applied and reversed by their commands.
+void swaptodo(Oper *o);
+void swapundo(Oper *o);
+void vowstodo(Oper *o);
+void denttodo(Oper *o);
+void dentundo(Oper *o);

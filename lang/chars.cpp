@@ -65,13 +65,14 @@ static bool iswhite(unsigned char c) { return c == ' ' || c == '\n'; }
 size_t groupend(std::string_view s, size_t i) {
   must(i < s.size());
   unsigned char c = s[i];
-  if (!among("()[]{}", c)) return i;
-  bool forward = among("([{", c), literal = c == '[' || c == ']';
+  if (!isbracket(c)) return i;
+  bool forward = c == '(' || c == '[' || c == '{', literal = c == '[' || c == ']';
   unsigned char opener = forward ? '[' : ']', closer = forward ? ']' : '[';
   size_t depth = 0;
   for (size_t j = i;; j = forward ? j + 1 : j - 1) {
     must(j < s.size());  // running off either end wraps j past the size
     unsigned char d = s[j];
+    if (!isbracket(d)) continue;
     if (literal) {
       if (d == opener) depth++;
       else if (d == closer) {
@@ -82,8 +83,8 @@ size_t groupend(std::string_view s, size_t i) {
       j = groupend(s, j);
     } else {
       must(d != closer);
-      if (forward ? among("({", d) : among(")}", d)) depth++;
-      else if (forward ? among(")}", d) : among("({", d)) {
+      if ((d == '(' || d == '{') == forward) depth++;
+      else {
         must(depth > 0);
         depth--;
       }

@@ -20,6 +20,9 @@ bool isname(const std::string &s);
 bool isleafname(const std::string &s);
 std::string namecore(const std::string &s);
 
+inline bool isbracket(unsigned char c) {
+  return c == '(' || c == ')' || c == '[' || c == ']' || c == '{' || c == '}';
+}
 // The index of the other end of the group that s[i] opens or closes; i itself for other bytes.
 size_t groupend(std::string_view s, size_t i);
 std::string normalise(std::string_view s);

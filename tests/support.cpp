@@ -13,6 +13,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/term.h"
+#include "edit/undo.h"
 
 std::string testlog, testscreen;
 
@@ -96,11 +97,16 @@ void editorreset(int64_t w, int64_t h) {
   hold = 0;
   fresh = 1;
   docs.clear();
+  forgetlogs();
+  openlog(scratchname);
   docs[scratchname] = newdoc("");
   curname = scratchname;
   mark = -1;
   alphabet = 3;
   kink = defaultkink;
+  killtext.clear();
+  listsel = 0;
+  flipped = 0;
   screenresize();
   resetprompt();
   testlog.clear();

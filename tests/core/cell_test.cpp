@@ -2,6 +2,8 @@
 // down to terms a million levels deep.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "core/cell.h"
 #include "core/tables.h"
 #include "tests/support.h"
@@ -35,6 +37,27 @@ TEST(Cells, HeaderWritersKeepTheirRanges) {
   EXPECT_DEATH(setfield(c.get(), fieldmax), "ASSERTION FAILED:b:");
   EXPECT_DEATH(setarity(c.get(), 12), "ASSERTION FAILED:b:");
   EXPECT_DEATH(setarity(c.get(), -53), "ASSERTION FAILED:b:");
+}
+
+TEST(Cells, HeaderFieldsDoNotDisturbEachOther) {
+  CellRef c = cellpair(CellRef("a"), CellRef("b"));
+  std::vector<CellRef> copies(1000, c);
+  setfield(c.get(), 0x2AAAAAA);
+  setarity(c.get(), -7);
+  setredex(c.get(), true);
+  EXPECT_EQ(countof(c.get()), 1001u);
+  EXPECT_EQ(topbyte(c.get()), 0x40 | 45);
+  copies.clear();
+  setredex(c.get(), false);
+  EXPECT_EQ(countof(c.get()), 1u);
+  EXPECT_EQ(topbyte(c.get()), 45);
+  EXPECT_EQ(fieldof(c.get()), 0x2AAAAAAu);
+  // A leaf keeps its flag through the writers of the arity code and the field.
+  CellRef l("K");
+  setarity(l.get(), 2);
+  setfield(l.get(), 1);
+  EXPECT_EQ(topbyte(l.get()), 0x80 | 54);
+  EXPECT_EQ(celltext(l), "K");
 }
 
 TEST(Cells, CountsFollowCopiesAndOverflowStops) {
@@ -156,4 +179,48 @@ TEST(Deep, MillionLevelSpinesAreComparedInternedAndReleased) {
     std::swap(fresh, keepset());  // the interned spines go with this scope
   }
   EXPECT_GE(cellsfreed - freed, 4000000u);
+}
+
+TEST(Interning, SharedCellsAreHashedOnceAndInternedWhereverTheyStand) {
+  Keep outer;
+  std::swap(outer, keepset());
+  // Two hundred levels of a cell paired with itself: a walk that does not remember shared
+  // cells would take 2^200 steps.
+  CellRef d("shared-leaf");
+  for (int i = 0; i < 200; i++) d = cellpair(d, d);
+  CellRef kd = cellkeep(d);
+  EXPECT_EQ(kd.get(), d.get());
+  EXPECT_EQ(keepset().members.size(), 201u);
+  // A cell met first below a member and then again elsewhere is interned at its second place.
+  CellRef x = cellpair(CellRef("p"), CellRef("q"));
+  CellRef m = cellkeep(cellpair(CellRef("a"), x));
+  keepdrop(keepset(), x.get());
+  CellRef t = cellpair(cellpair(CellRef("a"), x), cellpair(x, CellRef("b")));
+  CellRef kt = cellkeep(t);
+  EXPECT_EQ(kt->left, m.get());
+  EXPECT_EQ(kt->right, t->right);
+  EXPECT_EQ(cellkeep(x).get(), x.get());
+  EXPECT_EQ(cellcompare(kt, t), 0);
+  std::swap(outer, keepset());
+}
+
+TEST(Interning, TheSetGivesBackItsCountsWhenMembersLeave) {
+  Keep outer;
+  std::swap(outer, keepset());
+  CellRef t = cellpair3(CellRef("S"), CellRef("K"), CellRef("I"));
+  CellRef k = cellkeep(t);
+  EXPECT_EQ(countof(t.get()), 3u);
+  for (int i = 0; i < 1000; i++) cellkeep(cellpair(CellRef(std::to_string(i)), CellRef("K")));
+  EXPECT_EQ(keepset().members.size(), 2000u + 5u);
+  keepdrop(keepset(), t.get());
+  EXPECT_EQ(countof(t.get()), 2u);
+  EXPECT_NE(cellkeep(cellpair3(CellRef("S"), CellRef("K"), CellRef("I"))).get(), t.get());
+  uint64_t freed = cellsfreed;
+  {
+    Keep gone;
+    std::swap(gone, keepset());
+  }
+  EXPECT_GE(cellsfreed - freed, 2001u);  // each pair of the loop, its number and the new S K I
+  EXPECT_EQ(countof(t.get()), 2u);
+  std::swap(outer, keepset());
 }

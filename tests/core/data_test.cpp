@@ -54,7 +54,6 @@ TEST(Data, LeavesComeApartAtTheirLastElement) {
   EXPECT_FALSE(dataempty(CellRef("[a]")));
   EXPECT_FALSE(dataempty(cellpair(CellRef("[]"), CellRef("[]"))));
   EXPECT_EQ(datatext(t), "ab[c[d]]");
-  EXPECT_EQ(celltext(databox("a b")), "[a b]");
   EXPECT_DEATH(datainit(CellRef("[]")), "ASSERTION FAILED:b:");
   EXPECT_DEATH(datalast(CellRef("[]")), "ASSERTION FAILED:b:");
   EXPECT_DEATH(datacount(CellRef("12")), "ASSERTION FAILED:b:");
@@ -75,7 +74,6 @@ TEST(Data, PairsAndRopes) {
   // The length of a rope adds up the lengths of its leaves.
   EXPECT_EQ(datalen(p), 8u);
   EXPECT_EQ(datalen(rope), 3 + celllen(chartree('y')) + 2 + celllen(chartree('z')));
-  EXPECT_EQ(datalen(CellRef("[abc]")), 5u);
 }
 
 TEST(Data, LengthsTooLongForTheFieldAreWalked) {

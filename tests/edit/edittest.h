@@ -1,0 +1,24 @@
+// Helpers of the editor's command tests: a document to work on and keys to press.
+#pragma once
+#include <string>
+
+#include "edit/editor.h"
+#include "edit/undo.h"
+
+// Opens a document of the given text under name and makes it current.
+inline Doc &opendoc(const std::string &name, const std::string &text) {
+  openlog(name);
+  docs[name] = newdoc(text);
+  switchdoc(name);
+  return cur();
+}
+
+// Hands one key to the dispatcher, as the key loop does.
+inline void press(const std::string &key) {
+  keys += key;
+  keydispatch();
+}
+
+inline void typetext(const std::string &text) {
+  for (char c : text) press(std::string(1, c));
+}

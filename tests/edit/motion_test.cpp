@@ -1,0 +1,141 @@
+// Motion: bytes and screen rows, pages, the ends of the text, and the Byte and Line prompts.
+#include <gtest/gtest.h>
+
+#include "tests/edit/edittest.h"
+#include "tests/support.h"
+
+class Motion : public ::testing::Test {
+ protected:
+  void SetUp() override { editorreset(10, 4); }  // three text rows of ten bytes
+  // Presses a key and tells whether it rang the bell.
+  bool rings(const std::string &key) {
+    testscreen.clear();
+    press(key);
+    return testscreen.find('\a') != std::string::npos;
+  }
+};
+
+TEST_F(Motion, LineEndsAndSingleBytes) {
+  Doc &d = opendoc("/m", "ab\ncd");
+  d.point = 4;
+  EXPECT_FALSE(rings("\x01"));
+  EXPECT_EQ(d.point, 3);
+  EXPECT_TRUE(rings("\x01"));  // already at the start of its line
+  EXPECT_FALSE(rings("\x05"));
+  EXPECT_EQ(d.point, 5);
+  EXPECT_TRUE(rings("\x05"));
+  EXPECT_TRUE(rings("\x06"));  // C-f at the end of the text
+  d.point = 0;
+  EXPECT_TRUE(rings("\x02"));
+  EXPECT_FALSE(rings("\x1b[C"));
+  EXPECT_EQ(d.point, 1);
+  EXPECT_EQ(testlog.substr(testlog.size() - 5), "C-f!\n");
+}
+
+TEST_F(Motion, ForwardPastAFullScreenRecentres) {
+  Doc &d = opendoc("/f", "0\n1\n2\n3\n4\n5\n");
+  d.point = 5;
+  press("\x06");
+  EXPECT_EQ(d.point, 6);
+  EXPECT_EQ(d.top, 4);  // the point's row in the middle, not one row scrolled
+  d.point = 5;
+  press("\x02");
+  EXPECT_EQ(d.top, 4);
+  press("\x02");  // before the top: recentred
+  EXPECT_EQ(d.point, 3);
+  EXPECT_EQ(d.top, 0);
+}
+
+TEST_F(Motion, RowsOfALongLineAndTheLastLine) {
+  Doc &d = opendoc("/l", std::string(25, 'x') + "\nab");
+  d.point = 3;
+  press("\x0e");
+  EXPECT_EQ(d.point, 13);
+  press("\x0e");
+  EXPECT_EQ(d.point, 23);  // a newline within the next row: the next line at the same column
+  press("\x0e");
+  EXPECT_EQ(d.point, 28);  // its end, as it is shorter
+  EXPECT_TRUE(rings("\x0e"));
+  EXPECT_EQ(d.point, 28);
+  d.point = 23;
+  d.top = 10;
+  testscreen.clear();
+  press("\x10");
+  EXPECT_EQ(d.point, 13);
+  EXPECT_EQ(testscreen, "\x1b[1F\x1b[4G");  // on screen: the cursor moves, nothing is painted
+}
+
+TEST_F(Motion, UpIntoShorterAndWrappedLines) {
+  Doc &d = opendoc("/u", "abcdef\nxy\n0123456");
+  d.point = 15;
+  keepvisible(d, false);
+  press("\x10");
+  EXPECT_EQ(d.point, 9);  // the line above is shorter: its end
+  Doc &e = opendoc("/w", std::string(15, 'x') + "\n0123456789");
+  for (auto [from, to, rows] : {std::tuple{19, 13, 1}, std::tuple{23, 7, 2}}) {
+    e.point = from;
+    e.top = 0;
+    testscreen.clear();
+    press("\x10");
+    EXPECT_EQ(e.point, to);
+    EXPECT_EQ(testscreen.substr(0, 4), "\x1b[" + std::to_string(rows) + "F");
+  }
+  e.point = 3;
+  EXPECT_TRUE(rings("\x10"));
+}
+
+TEST_F(Motion, PagesAndTheEndsOfTheText) {
+  std::string text;
+  for (int i = 0; i < 20; i++) text += (char)('a' + i) + std::string("\n");
+  Doc &d = opendoc("/p", text);
+  press("\x04");
+  EXPECT_EQ(d.top, 6);
+  EXPECT_EQ(d.point, 9);  // the middle of the new screen by offset
+  press("\x15");
+  EXPECT_EQ(d.top, 0);
+  EXPECT_NE(testlog.find("tolmdocu,e="), std::string::npos);
+  EXPECT_TRUE(rings("\x15"));
+  press("\x1b" "f");
+  EXPECT_EQ(d.top, 36);  // the last screen: "s", "t" and the empty last line
+  EXPECT_EQ(d.point, 36 + (41 - 36) / 2);
+  EXPECT_TRUE(rings("\x1b" "f"));
+  EXPECT_TRUE(rings("\x04"));  // after the last page the edge is past the length
+  press("\x1b" "h");
+  EXPECT_EQ(d.top, 0);
+  EXPECT_LT(d.point, 6);
+  EXPECT_TRUE(rings("\x1b" "h"));
+}
+
+TEST_F(Motion, ByteModeReadsBase64InTheLanguagesOrder) {
+  Doc &d = opendoc("/b", std::string(300, '.'));
+  for (auto [digits, want] : {std::pair{"s", 20}, {"d_", 256}, {"eb", 300}, {"", 0}}) {
+    press("\x1b" "b");
+    for (const char *c = digits; *c; c++) press(std::string(1, *c));
+    press("\n");
+    EXPECT_EQ(d.point, want) << digits;
+    EXPECT_EQ(keys, "");
+  }
+  d.point = 5;
+  press("\x1b" "b");
+  press("q");
+  press("\x7f");
+  press("b");
+  press("\x02");  // any other key leaves as C-g does
+  EXPECT_EQ(d.point, 5);
+  EXPECT_EQ(keys, "");
+  EXPECT_EQ(textof(promptline), "/b");
+}
+
+TEST_F(Motion, LineModeCountsFromOne) {
+  Doc &d = opendoc("/n", "one\ntwo\nthree\n");
+  for (auto [digits, want] : {std::pair{"3", 8}, {"1", 0}, {"0", 0}, {"2", 4}, {"99", 14}}) {
+    press("\x1b" "l");
+    for (const char *c = digits; *c; c++) press(std::string(1, *c));
+    press("x");  // not a digit: not typed in
+    EXPECT_EQ(keys, "");
+    press("\x1b" "l");
+    for (const char *c = digits; *c; c++) press(std::string(1, *c));
+    press("\n");
+    EXPECT_EQ(d.point, want) << digits;
+  }
+}
