@@ -253,14 +253,16 @@ static Outcome arities() {
   return Outcome();
 }
 
+// Equal subterms of all definitions come to share one cell; only values stay in the set.
 static void intern() {
   Keep &k = keepset();
-  k.members.clear();
-  k.hashes.clear();
+  k = Keep();
   eachdef([](const CellRef &t) { return cellkeep(t); });
   std::vector<Cell *> passing;
-  for (const auto &[hash, member] : k.members)
-    if (!isnormal(member)) passing.push_back(member.get());
+  for (size_t i = 0; i < k.members.keys.size(); i++) {
+    Cell *member = (Cell *)(uintptr_t)k.members.values[i];
+    if (k.members.keys[i] && !isnormal(member)) passing.push_back(member);
+  }
   for (Cell *c : passing) keepdrop(k, c);
 }
 
