@@ -101,7 +101,9 @@ void align(Fixed &x, Fixed &y) {
 
 bool hasplace(const std::string &d) { return bitsused(d) > 1; }
 
-int fd = -1;
+// The trace file stays open once opened: a program may add exact numbers in a loop. A file that
+// cannot be opened costs the trace and nothing else.
+int bothfile = -1;
 
 void traceaddition(bool aplus, bool bplus) {
   std::string line = std::string("jjaa") + (aplus ? '1' : '0') + (bplus ? '1' : '0') + "\n";
@@ -110,8 +112,8 @@ void traceaddition(bool aplus, bool bplus) {
     *bothcapture += line;
     return;
   }
-  if (fd < 0) fd = open("/tmp/both.bug", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  if (fd >= 0) (void)!write(fd, line.data(), line.size());
+  if (bothfile < 0) bothfile = open("/tmp/both.bug", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  if (bothfile >= 0) (void)!write(bothfile, line.data(), line.size());
 }
 
 }  // namespace

@@ -54,50 +54,34 @@ TEST(Engine, DecimalTextOfEveryLength) {
   EXPECT_EQ(dec(Limbs{Dec::base - 1, 7}), "79999999999999999999");
 }
 
-TEST(Engine, DecimalArithmeticMatchesSchoolbook) {
+TEST(Engine, ArithmeticInBothBasesMatchesSchoolbook) {
   for (const Bigtuning &t : settings) {
     Tuned tuned(t);
     std::mt19937_64 g(2);
-    for (int round = 0; round < 150; round++) {
+    for (int round = 0; round < 120; round++) {
       std::string a = refrandom(g, 400), b = refrandom(g, round % 3 ? 400 : 60);
       SCOPED_TRACE(a + " " + b);
-      Limbs x = decread(a), y = decread(b);
+      Limbs x = decread(a), y = decread(b), xb = dectobin(x), yb = dectobin(y);
+      ASSERT_EQ(refofbytes(byteswrite(xb)), a);  // binary words as the reference reads their bytes
       ASSERT_EQ(dec(bigadd<Dec>(x, y)), refadd(a, b));
+      ASSERT_EQ(decofbin(bigadd<Bin>(xb, yb)), refadd(a, b));
       ASSERT_EQ(bigcmp(x, y), refcmp(a, b));
       if (refcmp(a, b) >= 0) {
         ASSERT_EQ(dec(bigsub<Dec>(x, y)), refsub(a, b));
       }
-      ASSERT_EQ(dec(bigmul<Dec>(x, y)), refmul(a, b));
-      ASSERT_EQ(dec(bigmul<Dec>(x, x)), refmul(a, a));
+      std::string product = refmul(a, b), square = refmul(a, a);
+      ASSERT_EQ(dec(bigmul<Dec>(x, y)), product);
+      ASSERT_EQ(decofbin(bigmul<Bin>(xb, yb)), product);
+      ASSERT_EQ(dec(bigmul<Dec>(x, x)), square);
+      ASSERT_EQ(decofbin(bigmul<Bin>(xb, xb)), square);
       if (b == "0") continue;
       Limbs q, r;
       std::string rq, rr;
-      bigdivmod<Dec>(x, y, q, r);
       refdivmod(a, b, rq, rr);
+      bigdivmod<Dec>(x, y, q, r);
       ASSERT_EQ(dec(q), rq);
       ASSERT_EQ(dec(r), rr);
-    }
-  }
-}
-
-TEST(Engine, BinaryArithmeticAndConversionMatchSchoolbook) {
-  for (const Bigtuning &t : settings) {
-    Tuned tuned(t);
-    std::mt19937_64 g(3);
-    for (int round = 0; round < 80; round++) {
-      std::string a = refrandom(g, 350), b = refrandom(g, round % 2 ? 350 : 40);
-      SCOPED_TRACE(a + " " + b);
-      Limbs x = bin(a), y = bin(b);
-      // The binary words are what the bytes of the reference say.
-      ASSERT_EQ(refofbytes(byteswrite(x)), a);
-      ASSERT_EQ(bytesread(refbytes(a)), x);
-      ASSERT_EQ(decofbin(bigadd<Bin>(x, y)), refadd(a, b));
-      ASSERT_EQ(decofbin(bigmul<Bin>(x, y)), refmul(a, b));
-      if (b == "0") continue;
-      Limbs q, r;
-      std::string rq, rr;
-      bigdivmod<Bin>(x, y, q, r);
-      refdivmod(a, b, rq, rr);
+      bigdivmod<Bin>(xb, yb, q, r);
       ASSERT_EQ(decofbin(q), rq);
       ASSERT_EQ(decofbin(r), rr);
     }
@@ -146,7 +130,5 @@ TEST(Engine, PowersAndSmallOperands) {
   EXPECT_EQ(dec(x), "123456788148148161864");
   EXPECT_EQ(dec(bigmulsmall<Dec>(decread("9999999999999999999"), Dec::base - 1)), "99999999999999999980000000000000000001");
   EXPECT_EQ(dec(bigaddsmall<Dec>(decread("9999999999999999999"), 1)), "10000000000000000000");
-  EXPECT_EQ(bigbits(bigshl(Limbs{1}, 200)), 201u);
   EXPECT_EQ(bigshr(bigshl(Limbs{5}, 130), 129), Limbs{10});
-  EXPECT_EQ(bigshr(Limbs{5}, 64), Limbs{});
 }

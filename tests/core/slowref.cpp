@@ -79,22 +79,6 @@ std::string refofbytes(const std::string &bytes) {
   return r;
 }
 
-std::string refbytes(std::string a) {
-  std::string bytes;
-  while (a != "0") {  // short division by 256, digit by digit
-    std::string q;
-    int rest = 0;
-    for (char c : a) {
-      rest = rest * 10 + (c - '0');
-      q += (char)('0' + rest / 256);
-      rest %= 256;
-    }
-    bytes += (char)rest;
-    a = refnorm(q);
-  }
-  return bytes;
-}
-
 std::string refrandom(std::mt19937_64 &g, size_t maxdigits) {
   size_t n = 1 + g() % maxdigits;
   std::string a;

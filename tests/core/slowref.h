@@ -13,9 +13,8 @@ std::string refsub(const std::string &a, const std::string &b);  // a >= b
 std::string refmul(const std::string &a, const std::string &b);
 void refdivmod(const std::string &a, const std::string &b, std::string &q, std::string &r);
 std::string refpow(const std::string &a, unsigned n);
-// The decimal value of a little-endian byte string, and the byte string of a decimal value.
+// The decimal value of a little-endian byte string.
 std::string refofbytes(const std::string &bytes);
-std::string refbytes(std::string a);
 
 // Random naturals of 1 to maxdigits digits, shaped to catch carries: plain random digits, runs
 // of nines, powers of ten, and values just around them.
