@@ -64,9 +64,12 @@ std::string randomdigits(std::mt19937_64 &g, size_t n) {
 
 std::string timetext(double s) {
   char text[32];
-  if (s < 1e-6) snprintf(text, sizeof text, "%.0f ns", s * 1e9);
-  else if (s < 1e-3) snprintf(text, sizeof text, "%.1f us", s * 1e6);
-  else snprintf(text, sizeof text, "%.2f ms", s * 1e3);
+  if (s < 1e-6)
+    snprintf(text, sizeof text, "%.0f ns", s * 1e9);
+  else if (s < 1e-3)
+    snprintf(text, sizeof text, "%.1f us", s * 1e6);
+  else
+    snprintf(text, sizeof text, "%.2f ms", s * 1e3);
   return text;
 }
 
@@ -111,7 +114,8 @@ int main() {
   for (size_t n : sizes) {
     uint64_t e = (uint64_t)std::ceil((double)(n - 1) / std::log10(2.0));  // 2^e has n digits
     ops[n] = Operands{randomdigits(g, n), randomdigits(g, n), randomdigits(g, n / 2), e};
-    file += std::to_string(n) + " " + ops[n].a + " " + ops[n].b + " " + ops[n].d + " " + std::to_string(e) + "\n";
+    file +=
+        std::to_string(n) + " " + ops[n].a + " " + ops[n].b + " " + ops[n].d + " " + std::to_string(e) + "\n";
   }
   std::map<std::string, double> python = runpython(file);
 
@@ -120,16 +124,14 @@ int main() {
     const Operands &o = ops[n];
     Limbs a = decread(o.a), b = decread(o.b), d = decread(o.d), abin = dectobin(a), q, r;
     std::pair<const char *, std::function<void()>> rows[] = {
-        {"add", [&] { bigadd<Dec>(a, b); }},
-        {"mul", [&] { bigmul<Dec>(a, b); }},
-        {"div", [&] { bigdivmod<Dec>(a, d, q, r); }},
-        {"pow", [&] { bigpow<Dec>(Limbs{2}, Limbs{o.e}); }},
-        {"tobin", [&] { dectobin(decread(o.a)); }},
-        {"totext", [&] { decwrite(bintodec(abin)); }},
+        {"add", [&] { bigadd<Dec>(a, b); }},          {"mul", [&] { bigmul<Dec>(a, b); }},
+        {"div", [&] { bigdivmod<Dec>(a, d, q, r); }}, {"pow", [&] { bigpow<Dec>(Limbs{2}, Limbs{o.e}); }},
+        {"tobin", [&] { dectobin(decread(o.a)); }},   {"totext", [&] { decwrite(bintodec(abin)); }},
     };
     for (auto &[name, f] : rows) {
       double ours = timeit(f), theirs = python[std::to_string(n) + " " + name];
-      printf("%-8s %8zu %12s %12s %7.1fx\n", name, n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+      printf("%-8s %8zu %12s %12s %7.1fx\n", name, n, timetext(ours).c_str(), timetext(theirs).c_str(),
+             theirs / ours);
     }
   }
 
@@ -141,18 +143,15 @@ int main() {
     CellRef a(o.a), b(o.b), d(o.d), two("2"), e = fromuword(o.e);
     std::string natural = textnatural(o.a);
     std::pair<const char *, std::function<void()>> rows[] = {
-        {"intadd", [&] { intadd(a, b); }},
-        {"intmul", [&] { intmul(a, b); }},
-        {"intdiv", [&] { intdiv(a, d); }},
-        {"intpow", [&] { intpow(two, e); }},
-        {"natural", [&] { textnatural(o.a); }},
-        {"spell", [&] { naturaltext(natural); }},
+        {"intadd", [&] { intadd(a, b); }},      {"intmul", [&] { intmul(a, b); }},
+        {"intdiv", [&] { intdiv(a, d); }},      {"intpow", [&] { intpow(two, e); }},
+        {"natural", [&] { textnatural(o.a); }}, {"spell", [&] { naturaltext(natural); }},
     };
     const char *same[] = {"add", "mul", "div", "pow", "tobin", "totext"};
     for (int i = 0; i < 6; i++) {
       double ours = timeit(rows[i].second), theirs = python[std::to_string(n) + " " + same[i]];
-      printf("%-8s %8zu %12s %12s %7.1fx\n", rows[i].first, n, timetext(ours).c_str(), timetext(theirs).c_str(),
-             theirs / ours);
+      printf("%-8s %8zu %12s %12s %7.1fx\n", rows[i].first, n, timetext(ours).c_str(),
+             timetext(theirs).c_str(), theirs / ours);
     }
   }
   return 0;

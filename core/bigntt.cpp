@@ -169,7 +169,8 @@ void convolve(const uint64_t *a, size_t na, const uint64_t *b, size_t nb, std::v
     uint64_t v3 = mulshoup(r3 + p3 - x12, c3, c3q, p3);
     v3 = v3 >= p3 ? v3 - p3 : v3;
     u128 inner = (u128)p2 * v3 + v2;
-    u128 low = (u128)p1 * (uint64_t)inner + v1, high = (u128)p1 * (uint64_t)(inner >> 64) + (uint64_t)(low >> 64);
+    u128 low = (u128)p1 * (uint64_t)inner + v1,
+         high = (u128)p1 * (uint64_t)(inner >> 64) + (uint64_t)(low >> 64);
     cols[k] = Wide{(uint64_t)low, (uint64_t)high, (uint64_t)(high >> 64)};
   }
 }

@@ -126,13 +126,15 @@ static int cmpn(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
 }
 
 // r = a * m + c over n words; gives the word above. m below the base.
-template <class B> static uint64_t mul1(uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
+template <class B>
+static uint64_t mul1(uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
   for (size_t i = 0; i < n; i++) r[i] = splitw(B{}, (u128)a[i] * m + c, c);
   return c;
 }
 
 // u -= v * q over n words; gives what is still to be taken from the word above.
-template <class B> static uint64_t submul1(uint64_t *u, const uint64_t *v, size_t n, uint64_t q) {
+template <class B>
+static uint64_t submul1(uint64_t *u, const uint64_t *v, size_t n, uint64_t q) {
   uint64_t carry = 0, borrow = 0;
   for (size_t i = 0; i < n; i++) {
     uint64_t low = splitw(B{}, (u128)v[i] * q + carry, carry);
@@ -229,7 +231,8 @@ static void sqrbase(Dec, uint64_t *r, const uint64_t *a, size_t n) {
 
 // ---- Karatsuba over balanced halves, scratch space passed down; transforms for the longest.
 
-template <class B> static void mulany(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb);
+template <class B>
+static void mulany(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb);
 
 // |x - y| into d (n words; x has nx words, y has ny, both at most n); true when x < y.
 template <class B>
@@ -245,11 +248,14 @@ static bool absdiff(uint64_t *d, const uint64_t *x, size_t nx, const uint64_t *y
 static size_t kspace(size_t n) { return 6 * n + 64; }
 
 // r (2n words) = a * b (n words each), or a * a when b is null.
-template <class B> static void kmul(uint64_t *r, const uint64_t *a, const uint64_t *b, size_t n, uint64_t *tmp) {
+template <class B>
+static void kmul(uint64_t *r, const uint64_t *a, const uint64_t *b, size_t n, uint64_t *tmp) {
   bool square = b == nullptr;
   if (n < bigtuning.karatsuba) {
-    if (square) sqrbase(B{}, r, a, n);
-    else mulbase(B{}, r, a, n, b, n);
+    if (square)
+      sqrbase(B{}, r, a, n);
+    else
+      mulbase(B{}, r, a, n, b, n);
     return;
   }
   size_t h = n / 2, hh = n - h;
@@ -264,8 +270,10 @@ template <class B> static void kmul(uint64_t *r, const uint64_t *a, const uint64
   uint64_t *t = next;
   std::copy(r + 2 * h, r + 2 * n, t);
   t[2 * hh] = addn<B>(t, t, 2 * hh, r, 2 * h);
-  if (negative) addn<B>(t, t, 2 * hh + 1, m, 2 * hh);
-  else must(subn<B>(t, t, 2 * hh + 1, m, 2 * hh) == 0);
+  if (negative)
+    addn<B>(t, t, 2 * hh + 1, m, 2 * hh);
+  else
+    must(subn<B>(t, t, 2 * hh + 1, m, 2 * hh) == 0);
   must(addn<B>(r + h, r + h, 2 * n - h, t, trimmed(t, 2 * hh + 1)) == 0);
 }
 
@@ -291,7 +299,8 @@ static void carrycolumns(Bin, uint64_t *r, const std::vector<Wide> &cols) {
 }
 
 // r (na + nb words) = a * b; r must not overlap either operand.
-template <class B> static void mulany(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+template <class B>
+static void mulany(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   if (na < nb) std::swap(a, b), std::swap(na, nb);
   if (nb < bigtuning.karatsuba) {
     mulbase(B{}, r, a, na, b, nb);
@@ -323,7 +332,8 @@ template <class B> static void mulany(uint64_t *r, const uint64_t *a, size_t na,
 
 int bigcmp(const Limbs &a, const Limbs &b) { return cmpn(a.data(), a.size(), b.data(), b.size()); }
 
-template <class B> Limbs bigadd(const Limbs &a, const Limbs &b) {
+template <class B>
+Limbs bigadd(const Limbs &a, const Limbs &b) {
   const Limbs &x = a.size() >= b.size() ? a : b, &y = a.size() >= b.size() ? b : a;
   Limbs r(x.size() + 1);
   r[x.size()] = addn<B>(r.data(), x.data(), x.size(), y.data(), y.size());
@@ -331,7 +341,8 @@ template <class B> Limbs bigadd(const Limbs &a, const Limbs &b) {
   return r;
 }
 
-template <class B> Limbs bigsub(const Limbs &a, const Limbs &b) {
+template <class B>
+Limbs bigsub(const Limbs &a, const Limbs &b) {
   must(bigcmp(a, b) >= 0);
   Limbs r(a.size());
   subn<B>(r.data(), a.data(), a.size(), b.data(), b.size());
@@ -339,7 +350,8 @@ template <class B> Limbs bigsub(const Limbs &a, const Limbs &b) {
   return r;
 }
 
-template <class B> Limbs bigmul(const Limbs &a, const Limbs &b) {
+template <class B>
+Limbs bigmul(const Limbs &a, const Limbs &b) {
   if (a.empty() || b.empty()) return {};
   Limbs r(a.size() + b.size());
   mulany<B>(r.data(), a.data(), a.size(), b.data(), b.size());
@@ -347,14 +359,16 @@ template <class B> Limbs bigmul(const Limbs &a, const Limbs &b) {
   return r;
 }
 
-template <class B> Limbs bigmulsmall(const Limbs &a, uint64_t m) {
+template <class B>
+Limbs bigmulsmall(const Limbs &a, uint64_t m) {
   Limbs r(a.size() + 1);
   r[a.size()] = mul1<B>(r.data(), a.data(), a.size(), m, 0);
   trim(r);
   return r;
 }
 
-template <class B> Limbs bigaddsmall(const Limbs &a, uint64_t m) {
+template <class B>
+Limbs bigaddsmall(const Limbs &a, uint64_t m) {
   Limbs r(a.size() + 1);
   r[a.size()] = addn<B>(r.data(), a.data(), a.size(), &m, a.empty() ? 0 : 1);
   if (a.empty()) r[0] = m;
@@ -363,7 +377,8 @@ template <class B> Limbs bigaddsmall(const Limbs &a, uint64_t m) {
 }
 
 // Each step divides rem * base + word by d; both are shifted so that d has its top bit set.
-template <class B> uint64_t bigdivsmall(Limbs &a, uint64_t d) {
+template <class B>
+uint64_t bigdivsmall(Limbs &a, uint64_t d) {
   must(d != 0);
   int s = std::countl_zero(d);
   uint64_t dn = d << s, inv = inverseof(dn), rem = 0;
@@ -381,7 +396,8 @@ template <class B> uint64_t bigdivsmall(Limbs &a, uint64_t d) {
 // Long division of a by b (b at least two words, a >= b), with Knuth's normalising factor so that
 // the top word of the divisor is at least half the base and each estimated quotient word is at
 // most two too large.
-template <class B> static void divbase(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
+template <class B>
+static void divbase(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
   size_t n = b.size(), m = a.size() - n;
   uint64_t f = (uint64_t)(basew(B{}) / ((u128)b.back() + 1));
   Limbs v(n + 1), u(a.size() + 1);
@@ -414,14 +430,16 @@ template <class B> static void divbase(const Limbs &a, const Limbs &b, Limbs &q,
   must(bigdivsmall<B>(r, f) == 0);
 }
 
-template <class B> static void divsmallinto(const Limbs &a, uint64_t d, Limbs &q, Limbs &r) {
+template <class B>
+static void divsmallinto(const Limbs &a, uint64_t d, Limbs &q, Limbs &r) {
   q = a;
   uint64_t rem = bigdivsmall<B>(q, d);
   r.clear();
   if (rem) r.push_back(rem);
 }
 
-template <class B> static void divplain(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
+template <class B>
+static void divplain(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
   if (b.size() == 1) return divsmallinto<B>(a, b[0], q, r);
   if (bigcmp(a, b) < 0) {
     q.clear();
@@ -449,11 +467,13 @@ static Limbs part(const uint64_t *a, size_t n, size_t from, size_t len) {
 static Limbs lowwords(const Limbs &a, size_t n) { return part(a.data(), a.size(), 0, n); }
 static Limbs highwords(const Limbs &a, size_t n) { return part(a.data(), a.size(), n, a.size()); }
 
-template <class B> static void div3n2n(const Limbs &a, const Limbs &b, size_t h, Limbs &q, Limbs &r);
+template <class B>
+static void div3n2n(const Limbs &a, const Limbs &b, size_t h, Limbs &q, Limbs &r);
 
 // The recursive division of Burnikel and Ziegler: a below b * base^n, b of n words with its top
 // word at least half the base. Two steps of three halves by two halves each.
-template <class B> static void div2n1n(const Limbs &a, const Limbs &b, size_t n, Limbs &q, Limbs &r) {
+template <class B>
+static void div2n1n(const Limbs &a, const Limbs &b, size_t n, Limbs &q, Limbs &r) {
   if (n % 2 || n < bigtuning.burnikel) return divplain<B>(a, b, q, r);
   size_t h = n / 2;
   Limbs q1, r1, q2;
@@ -463,7 +483,8 @@ template <class B> static void div2n1n(const Limbs &a, const Limbs &b, size_t n,
 }
 
 // a below b * base^h, b of 2h words, normalised.
-template <class B> static void div3n2n(const Limbs &a, const Limbs &b, size_t h, Limbs &q, Limbs &r) {
+template <class B>
+static void div3n2n(const Limbs &a, const Limbs &b, size_t h, Limbs &q, Limbs &r) {
   Limbs b1 = highwords(b, h), b2 = lowwords(b, h), a12 = highwords(a, h), r1;
   if (bigcmp(highwords(a, 2 * h), b1) < 0) {
     div2n1n<B>(a12, b1, h, q, r1);
@@ -482,7 +503,8 @@ template <class B> static void div3n2n(const Limbs &a, const Limbs &b, size_t h,
 
 // Large divisors: the divisor is padded to a block of n words (a multiple of a power of two) and
 // normalised; the dividend is then divided block by block, each step a division of two blocks by one.
-template <class B> static void divlarge(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
+template <class B>
+static void divlarge(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
   size_t s = b.size(), m = 1;
   while (s / m >= bigtuning.burnikel) m *= 2;
   size_t n = (s + m - 1) / m * m, pad = n - s;
@@ -504,15 +526,19 @@ template <class B> static void divlarge(const Limbs &a, const Limbs &b, Limbs &q
   must(bigdivsmall<B>(r, f) == 0);
 }
 
-template <class B> void bigdivmod(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
+template <class B>
+void bigdivmod(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
   must(!b.empty());
-  if (b.size() >= bigtuning.burnikel && a.size() >= b.size() + bigtuning.burnikel / 2) divlarge<B>(a, b, q, r);
-  else divplain<B>(a, b, q, r);
+  if (b.size() >= bigtuning.burnikel && a.size() >= b.size() + bigtuning.burnikel / 2)
+    divlarge<B>(a, b, q, r);
+  else
+    divplain<B>(a, b, q, r);
 }
 
 // ---- Powers, by squaring from the top bit of the exponent down.
 
-template <class B> Limbs bigpow(const Limbs &a, const Limbs &e) {
+template <class B>
+Limbs bigpow(const Limbs &a, const Limbs &e) {
   uint64_t bits = bigbits(e);
   if (bits == 0) return Limbs{1};
   if (a.empty()) return {};
@@ -552,14 +578,14 @@ Limbs bigshr(const Limbs &a, uint64_t n) {
   return r;
 }
 
-#define BIGBASE(B)                                                             \
-  template Limbs bigadd<B>(const Limbs &, const Limbs &);                      \
-  template Limbs bigsub<B>(const Limbs &, const Limbs &);                      \
-  template Limbs bigmul<B>(const Limbs &, const Limbs &);                      \
-  template void bigdivmod<B>(const Limbs &, const Limbs &, Limbs &, Limbs &);  \
-  template Limbs bigmulsmall<B>(const Limbs &, uint64_t);                      \
-  template Limbs bigaddsmall<B>(const Limbs &, uint64_t);                      \
-  template uint64_t bigdivsmall<B>(Limbs &, uint64_t);                         \
+#define BIGBASE(B)                                                            \
+  template Limbs bigadd<B>(const Limbs &, const Limbs &);                     \
+  template Limbs bigsub<B>(const Limbs &, const Limbs &);                     \
+  template Limbs bigmul<B>(const Limbs &, const Limbs &);                     \
+  template void bigdivmod<B>(const Limbs &, const Limbs &, Limbs &, Limbs &); \
+  template Limbs bigmulsmall<B>(const Limbs &, uint64_t);                     \
+  template Limbs bigaddsmall<B>(const Limbs &, uint64_t);                     \
+  template uint64_t bigdivsmall<B>(Limbs &, uint64_t);                        \
   template Limbs bigpow<B>(const Limbs &, const Limbs &);
 BIGBASE(Dec)
 BIGBASE(Bin)

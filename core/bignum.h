@@ -28,16 +28,24 @@ struct Bigtuning {
 extern Bigtuning bigtuning;
 
 int bigcmp(const Limbs &a, const Limbs &b);
-template <class B> Limbs bigadd(const Limbs &a, const Limbs &b);
-template <class B> Limbs bigsub(const Limbs &a, const Limbs &b);  // asserts a >= b
-template <class B> Limbs bigmul(const Limbs &a, const Limbs &b);
+template <class B>
+Limbs bigadd(const Limbs &a, const Limbs &b);
+template <class B>
+Limbs bigsub(const Limbs &a, const Limbs &b);  // asserts a >= b
+template <class B>
+Limbs bigmul(const Limbs &a, const Limbs &b);
 // Quotient and remainder; a zero divisor is an assertion failure.
-template <class B> void bigdivmod(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r);
-template <class B> Limbs bigmulsmall(const Limbs &a, uint64_t m);  // m below the base
-template <class B> Limbs bigaddsmall(const Limbs &a, uint64_t m);  // m below the base
-template <class B> uint64_t bigdivsmall(Limbs &a, uint64_t d);     // in place; gives the remainder
+template <class B>
+void bigdivmod(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r);
+template <class B>
+Limbs bigmulsmall(const Limbs &a, uint64_t m);  // m below the base
+template <class B>
+Limbs bigaddsmall(const Limbs &a, uint64_t m);  // m below the base
+template <class B>
+uint64_t bigdivsmall(Limbs &a, uint64_t d);  // in place; gives the remainder
 // a to the power e, where e is given in binary words whatever the base of a.
-template <class B> Limbs bigpow(const Limbs &a, const Limbs &e);
+template <class B>
+Limbs bigpow(const Limbs &a, const Limbs &e);
 
 // The exact column sums of a product, col[k] = sum of a[i] * b[j] over i + j = k, from transforms
 // modulo three primes; the products above the transform threshold carry them into their base.

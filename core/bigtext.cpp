@@ -68,10 +68,10 @@ Limbs decread(std::string_view text) {
 // Eight digits of x (below 10^8), as eight bytes in the order they are written.
 static uint64_t write8(uint64_t x) {
   uint64_t hi = x / 10000, lo = x % 10000;
-  uint64_t halves = hi | (lo << 32);                                        // two fours
-  uint64_t hundreds = ((halves * 10486) >> 20) & 0x0000007F0000007Full;     // each four over 100
-  uint64_t pairs = (hundreds | ((halves - 100 * hundreds) << 16));          // four pairs of digits
-  uint64_t tens = ((pairs * 103) >> 10) & 0x000F000F000F000Full;            // each pair over 10
+  uint64_t halves = hi | (lo << 32);                                     // two fours
+  uint64_t hundreds = ((halves * 10486) >> 20) & 0x0000007F0000007Full;  // each four over 100
+  uint64_t pairs = (hundreds | ((halves - 100 * hundreds) << 16));       // four pairs of digits
+  uint64_t tens = ((pairs * 103) >> 10) & 0x000F000F000F000Full;         // each pair over 10
   uint64_t digits = tens | ((pairs - 10 * tens) << 8);
   return digits + 0x3030303030303030ull;
 }

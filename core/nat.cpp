@@ -30,8 +30,10 @@ void setbit(int64_t i, int v, std::string &s) {
   must(i >= 0);
   s.resize(grownlength(s.size(), (uint64_t)i), '\0');
   unsigned char &byte = (unsigned char &)s[i / 8];
-  if (v) byte |= (unsigned char)(1u << (i % 8));
-  else byte &= (unsigned char)~(1u << (i % 8));
+  if (v)
+    byte |= (unsigned char)(1u << (i % 8));
+  else
+    byte &= (unsigned char)~(1u << (i % 8));
 }
 
 static int topbyteindex(unsigned char b) { return 7 - std::countl_zero(b); }
@@ -85,8 +87,10 @@ std::string bitappend(const std::string &a, const std::string &b) {
 std::string bitsucc(std::string s) {
   size_t i = 0;
   while (i < s.size() && (unsigned char)s[i] == 0xFF) s[i++] = 0;
-  if (i == s.size()) setbit(8 * (int64_t)s.size(), 1, s);
-  else s[i] = (char)((unsigned char)s[i] + 1);
+  if (i == s.size())
+    setbit(8 * (int64_t)s.size(), 1, s);
+  else
+    s[i] = (char)((unsigned char)s[i] + 1);
   return s;
 }
 
@@ -182,7 +186,9 @@ bool deceven(const std::string &s) {
   return s.empty() || (s[0] - '0') % 2 == 0;
 }
 
-std::string decadd(const std::string &a, const std::string &b) { return decout(bigadd<Dec>(decin(a), decin(b))); }
+std::string decadd(const std::string &a, const std::string &b) {
+  return decout(bigadd<Dec>(decin(a), decin(b)));
+}
 
 std::string decsub(const std::string &a, const std::string &b) {
   must(!decless(a, b));
@@ -194,7 +200,9 @@ std::string decmuldigit(int k, const std::string &s) {
   return decout(bigmulsmall<Dec>(decin(s), (uint64_t)k));
 }
 
-std::string decmul(const std::string &a, const std::string &b) { return decout(bigmul<Dec>(decin(a), decin(b))); }
+std::string decmul(const std::string &a, const std::string &b) {
+  return decout(bigmul<Dec>(decin(a), decin(b)));
+}
 
 std::string decdivmod(bool rounddown, const std::string &a, const std::string &b) {
   Limbs q, r, d = decin(b);

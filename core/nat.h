@@ -8,22 +8,22 @@
 // where the value bits end; the one-byte string 1 is the natural with no value bits. Arithmetic
 // reads the whole string as a plain binary number, sentinel included.
 
-bool isbits(const std::string &s);                 // not empty, last byte not zero
-int getbit(int64_t i, const std::string &s);       // 0 past the end
-void setbit(int64_t i, int v, std::string &s);     // in place, growing by runs of eight zero bytes
-int64_t topbit(const std::string &s);              // the sentinel's index: the count of value bits
-int valuebit(int64_t i, const std::string &s);     // asserts 0 <= i < topbit(s)
-int64_t bitsused(const std::string &s);            // top set bit plus one, 0 when none is set
+bool isbits(const std::string &s);              // not empty, last byte not zero
+int getbit(int64_t i, const std::string &s);    // 0 past the end
+void setbit(int64_t i, int v, std::string &s);  // in place, growing by runs of eight zero bytes
+int64_t topbit(const std::string &s);           // the sentinel's index: the count of value bits
+int valuebit(int64_t i, const std::string &s);  // asserts 0 <= i < topbit(s)
+int64_t bitsused(const std::string &s);         // top set bit plus one, 0 when none is set
 bool isclear(const std::string &s);
 bool nonzero(const std::string &s);
-std::string trimbits(std::string s);               // without zero bytes on top
+std::string trimbits(std::string s);                                // without zero bytes on top
 std::string bitappend(const std::string &a, const std::string &b);  // b's value bits above a's
 std::string bitsucc(std::string s);
 std::string bitshift(int64_t n, const std::string &s);
-std::string bitadd(const std::string &a, const std::string &b);     // one place wider than the longer
+std::string bitadd(const std::string &a, const std::string &b);  // one place wider than the longer
 std::string bitaddsmall(const std::string &s, uint64_t m);
-std::string bitmul(const std::string &s, int64_t m);                // over bits 0 to 62 of m
-std::string bitdiv(const std::string &s, uint64_t d);               // as wide as s
+std::string bitmul(const std::string &s, int64_t m);   // over bits 0 to 62 of m
+std::string bitdiv(const std::string &s, uint64_t d);  // as wide as s
 std::string bithalf(const std::string &s);
 int bitmod10(const std::string &s);
 std::string zeros(size_t n);

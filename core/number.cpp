@@ -140,7 +140,8 @@ static Limbs termnatural(const Cell *c) {
     if (leafis(b, "K")) bits.back() |= 1ull << (m % 64);
   }
   Limbs tail;
-  if (leafis(c, "K")) tail = Limbs{1};
+  if (leafis(c, "K"))
+    tail = Limbs{1};
   else {
     must(digitleaf(c));
     tail = naturalof(leafview(c));
@@ -270,7 +271,8 @@ CellRef realtoexact(const CellRef &t) {
     int top = 63 - std::countl_zero(mantissa);
     int64_t e = top - 1074;
     // From the highest set bit down, onto the places from e - 1 down to -1074.
-    for (int k = top, p = (int)e - 1; k >= 0 && p >= -1074; k--, p--) setbit(placeindex(p), (int)(mantissa >> k & 1), d);
+    for (int k = top, p = (int)e - 1; k >= 0 && p >= -1074; k--, p--)
+      setbit(placeindex(p), (int)(mantissa >> k & 1), d);
   }
   return bitsexact(d);
 }

@@ -64,6 +64,7 @@ std::string exactadd(const std::string &a, const std::string &b);
 std::string exactneg(const std::string &d);
 std::string exactsub(const std::string &a, const std::string &b);  // addition of the negation
 std::string exactmul(const std::string &a, const std::string &b);
+std::string exactpow(const std::string &d, uint64_t e);  // zero for e = 0
 // a - b * floor(a / b), exactly; false for a zero divisor.
 bool exactmod(const std::string &a, const std::string &b, std::string &r);
 int exactcompare(const std::string &a, const std::string &b);

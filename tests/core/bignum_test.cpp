@@ -1,9 +1,10 @@
 // The word engine against the schoolbook reference, with the thresholds lowered so that every
 // algorithm (Karatsuba, transforms, recursive division, divide-and-conquer conversion) runs on
 // operands of a few hundred digits, and at its usual thresholds on both sides of them.
+#include "core/bignum.h"
+
 #include <gtest/gtest.h>
 
-#include "core/bignum.h"
 #include "tests/core/slowref.h"
 
 namespace {
@@ -17,9 +18,9 @@ struct Tuned {
 
 constexpr size_t never = (size_t)1 << 40;
 const Bigtuning settings[] = {
-    Bigtuning{},                          // as shipped
-    Bigtuning{2, never, 4, 2},            // Karatsuba, recursive division and split conversion everywhere
-    Bigtuning{2, 1, 4, 2},                // transforms for every product
+    Bigtuning{},                            // as shipped
+    Bigtuning{2, never, 4, 2},              // Karatsuba, recursive division and split conversion everywhere
+    Bigtuning{2, 1, 4, 2},                  // transforms for every product
     Bigtuning{never, never, never, never},  // schoolbook and long division only
 };
 
@@ -128,7 +129,8 @@ TEST(Engine, PowersAndSmallOperands) {
   Limbs x = decread("123456789012345678901234567890");
   EXPECT_EQ(bigdivsmall<Dec>(x, 1000000007), 197434842u);
   EXPECT_EQ(dec(x), "123456788148148161864");
-  EXPECT_EQ(dec(bigmulsmall<Dec>(decread("9999999999999999999"), Dec::base - 1)), "99999999999999999980000000000000000001");
+  EXPECT_EQ(dec(bigmulsmall<Dec>(decread("9999999999999999999"), Dec::base - 1)),
+            "99999999999999999980000000000000000001");
   EXPECT_EQ(dec(bigaddsmall<Dec>(decread("9999999999999999999"), 1)), "10000000000000000000");
   EXPECT_EQ(bigshr(bigshl(Limbs{5}, 130), 129), Limbs{10});
 }

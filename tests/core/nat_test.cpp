@@ -1,10 +1,11 @@
 // The byte-string naturals: the bit vector with its sentinel, its exact widths and assertions, and
 // the reversed decimal strings against the schoolbook reference.
+#include "core/nat.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "core/nat.h"
 #include "tests/core/slowref.h"
 
 namespace {

@@ -1,5 +1,7 @@
 // Number forms: spelling of naturals as text and lists, forms and classes, machine words, reals
 // and exact fractions at their edges, and both arithmetics against the schoolbook reference.
+#include "core/number.h"
+
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -7,7 +9,6 @@
 #include <cstring>
 
 #include "core/nat.h"
-#include "core/number.h"
 #include "core/tables.h"
 #include "tests/core/slowref.h"
 #include "tests/support.h"
@@ -19,7 +20,8 @@ class Numbers : public ::testing::Test {
  protected:
   void SetUp() override {
     tablesreset();
-    for (const char *name : {"J", "K", "H", "V", "I"}) deftable().emplace(name, sexp("(\\ a (\\ b (\\ c Z)))"));
+    for (const char *name : {"J", "K", "H", "V", "I"})
+      deftable().emplace(name, sexp("(\\ a (\\ b (\\ c Z)))"));
     bothcapture = &trace;
   }
   void TearDown() override {
@@ -329,6 +331,14 @@ TEST_F(Numbers, ExactArithmeticMatchesReference) {
   EXPECT_EQ(exactadd(exactd(true, {2}), exactd(false, {2})), std::string(1, '\1'));
   // The difference takes no borrow: 4 - 1 gives the places of 4 and 1, that is 5.
   EXPECT_EQ(exactsub(exactd(true, {2}), exactd(true, {0})), exactd(true, {2, 0}));
+  // Powers square before they multiply: 1.5 to the 5 and to the 6 come out swapped, while
+  // exponents that are powers of two are true.
+  std::string half3 = exactd(true, {0, -1}), fifth = half3;
+  for (int i = 1; i < 5; i++) fifth = exactmul(fifth, half3);
+  EXPECT_EQ(exactpow(half3, 0), std::string(1, '\1'));
+  EXPECT_EQ(exactcompare(exactpow(half3, 6), fifth), 0);
+  EXPECT_EQ(exactcompare(exactpow(half3, 5), exactmul(fifth, half3)), 0);
+  EXPECT_EQ(exactcompare(exactpow(half3, 4), exactmul(exactmul(half3, half3), exactmul(half3, half3))), 0);
   EXPECT_EQ(text(numbmod(CellRef("001"), CellRef("00"))), "Z");
   EXPECT_TRUE(numbless(CellRef("000"), CellRef("00")));
 }

@@ -75,7 +75,8 @@ std::string refpow(const std::string &a, unsigned n) {
 
 std::string refofbytes(const std::string &bytes) {
   std::string r = "0";
-  for (size_t i = bytes.size(); i-- > 0;) r = refadd(refmul(r, "256"), std::to_string((unsigned char)bytes[i]));
+  for (size_t i = bytes.size(); i-- > 0;)
+    r = refadd(refmul(r, "256"), std::to_string((unsigned char)bytes[i]));
   return r;
 }
 
