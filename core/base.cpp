@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "core/file.h"
@@ -13,8 +14,16 @@
 int64_t starttime = 0;
 std::string *logcapture = nullptr;
 
-// On this platform files are always binary and sockets need no start, so only the time is kept.
-void tolmstart() { starttime = (int64_t)time(nullptr); }
+// On this platform files are always binary and sockets need no start. The parser and the printer
+// of deep program texts recurse by nesting, so the stack may grow as far as the system lets it.
+void tolmstart() {
+  starttime = (int64_t)time(nullptr);
+  rlimit stack;
+  if (getrlimit(RLIMIT_STACK, &stack) == 0 && stack.rlim_cur != RLIM_INFINITY) {
+    stack.rlim_cur = stack.rlim_max == RLIM_INFINITY ? (rlim_t)1 << 30 : stack.rlim_max;
+    setrlimit(RLIMIT_STACK, &stack);
+  }
+}
 
 void tolmlog(const std::string &text) {
   if (logcapture) *logcapture += text;

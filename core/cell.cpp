@@ -186,7 +186,6 @@ size_t celllenof(const Cell *c) {
 
 std::string celltextof(const Cell *c) { return std::string(textof(c), celllenof(c)); }
 
-bool leafis(const Cell *c, const char *s) { return isleafcell(c) && strcmp(textof(c), s) == 0; }
 
 static int leafcompare(const Cell *a, const Cell *b) {
   size_t la = celllenof(a), lb = celllenof(b);

@@ -116,7 +116,12 @@ std::string celltextof(const Cell *c);
 inline size_t celllen(const CellRef &ref) { return celllenof(ref.get()); }
 inline std::string celltext(const CellRef &ref) { return celltextof(ref.get()); }
 // True when a leaf's text is exactly s; false for every pair.
-bool leafis(const Cell *c, const char *s);
+inline bool leafis(const Cell *c, const char *s) {
+  if (!isleafcell(c)) return false;
+  const char *t = textof(c);
+  while (*s && *t == *s) t++, s++;
+  return *t == *s;
+}
 
 int cellcompare(const CellRef &a, const CellRef &b);
 CellRef cellkeep(CellRef ref);

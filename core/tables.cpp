@@ -2,13 +2,15 @@
 // All are function-local statics, built on first use and kept to process exit.
 #include "core/tables.h"
 
-std::map<std::string, CellRef> &deftable() {
-  static std::map<std::string, CellRef> table;
+uint64_t tablesgeneration = 0;
+
+Defs &deftable() {
+  static Defs table;
   return table;
 }
 
-std::set<std::string> &freshnames() {
-  static std::set<std::string> names;
+std::set<std::string, std::less<>> &freshnames() {
+  static std::set<std::string, std::less<>> names;
   return names;
 }
 
@@ -89,6 +91,7 @@ std::map<std::string, builtinrow> &builtintable() {
 
 // The interned terms stay: the compile steps clear them for themselves.
 void tablesreset() {
+  tablesgeneration++;
   deftable().clear();
   freshnames().clear();
   builtintable().clear();

@@ -9,8 +9,13 @@
 
 #include "core/cell.h"
 
-std::map<std::string, CellRef> &deftable();
-std::set<std::string> &freshnames();
+// Both name tables compare plain byte strings; they can be searched with a string_view.
+using Defs = std::map<std::string, CellRef, std::less<>>;
+Defs &deftable();
+std::set<std::string, std::less<>> &freshnames();
+
+// Counts the resets of the tables, so that what is derived from them can tell it is stale.
+extern uint64_t tablesgeneration;
 
 // A flat table of 64-bit keys and values with linear probing, for the lookups of interning, where
 // node-based maps spend their time allocating and chasing pointers. Key 0 marks a free slot; a

@@ -2,6 +2,7 @@
 // Both walk with explicit stacks, so a term's depth costs heap and not native stack.
 #include "lang/analysis.h"
 
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -80,7 +81,11 @@ static void sizepair(Cell *c) {
 void sizeup(Cell *c) {
   if (analysed(c)) return;
   if (isleafcell(c)) return sizeleaf(c);
-  std::vector<Cell *> todo{c};
+  if (analysed(c->left) && analysed(c->right)) return sizepair(c);
+  // A deep unanalysed term: post-order with an explicit stack. Nothing below calls back here
+  // with an unanalysed pair, so one stack serves every call.
+  static std::vector<Cell *> todo;
+  todo.assign(1, c);
   while (!todo.empty()) {
     Cell *t = todo.back();
     if (analysed(t)) {
@@ -116,9 +121,13 @@ bool isnormal(Cell *c) {
 }
 
 bool lazyhead(Cell *c) {
+  static const auto linear = [] {
+    std::array<bool, 256> t{};
+    for (unsigned char h : std::string("&ABCDEFHIJKLNQRTUVXZ|")) t[h] = true;
+    return t;
+  }();
   while (!isleafcell(c) && !isdata(c)) c = c->left;
-  unsigned char h = headbyte(c);
-  return h && strchr("&ABCDEFHIJKLNQRTUVXZ|", h);
+  return linear[headbyte(c)];
 }
 
 char shapeof(Cell *c) {
@@ -137,6 +146,13 @@ uint32_t freeset(Cell *c) {
 
 void needclosed(const CellRef &term) { must(freeset(term) == 0); }
 
+// A new pair analysed at once: its parts are, so this costs no walk, and the machine asks anyway.
+static CellRef analysedpair(CellRef l, CellRef r) {
+  CellRef p = cellpair(std::move(l), std::move(r));
+  sizepair(p.get());
+  return p;
+}
+
 // Substitution as an explicit walk: each frame rebuilds one cell once its parts are done.
 // Parts that do not mention the variable come back as the very same cells.
 CellRef subst(const CellRef &term, const CellRef &value, char var) {
@@ -147,8 +163,11 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
     char shape;
     int done;  // parts finished so far
   };
-  std::vector<Frame> frames;
-  std::vector<CellRef> parts;  // finished results, innermost last
+  // Nothing below calls back into substitution, so one pair of stacks serves every call.
+  static std::vector<Frame> frames;
+  static std::vector<CellRef> parts;  // finished results, innermost last
+  frames.clear();
+  parts.clear();
   // Either finishes t at once (pushing its result) or opens a frame for it.
   auto enter = [&](Cell *t) {
     if (!(freeset(t) & bit) || isdata(t)) return parts.emplace_back(t), void();
@@ -167,7 +186,7 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
       CellRef body = std::move(parts.back());
       parts.pop_back();
       frames.pop_back();
-      parts.push_back(cellpair(CellRef(t->left), std::move(body)));
+      parts.push_back(analysedpair(CellRef(t->left), std::move(body)));
     } else if (f.shape == 'i') {
       Cell *binder = t->left->left, *y = binder->right;
       bool shadowed = leafis(y, std::string(1, var).c_str());
@@ -186,7 +205,7 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
       CellRef b = std::move(parts.back());
       parts.pop_back();
       frames.pop_back();
-      parts.push_back(cellpair(cellpair(CellRef(binder), std::move(b)), std::move(c)));
+      parts.push_back(analysedpair(analysedpair(CellRef(binder), std::move(b)), std::move(c)));
     } else {
       if (f.done < 2) {
         enter(f.done++ == 0 ? t->left : t->right);
@@ -197,9 +216,11 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
       CellRef l = std::move(parts.back());
       parts.pop_back();
       frames.pop_back();
-      parts.push_back(cellpair(std::move(l), std::move(r)));
+      parts.push_back(analysedpair(std::move(l), std::move(r)));
     }
   }
   must(parts.size() == 1);
-  return std::move(parts.back());
+  CellRef result = std::move(parts.back());
+  parts.clear();
+  return result;
 }

@@ -1,0 +1,158 @@
+// Times the number engine on operands of 1,000, 10,000 and 100,000 decimal digits against python3
+// on the same operands in the same run: sums, products, floor quotients, powers of two, and the
+// conversions between decimal text and binary; then the integer routines on digit leaves.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <random>
+#include <string>
+
+#include "core/bignum.h"
+#include "core/cell.h"
+#include "core/number.h"
+
+namespace {
+
+// Seconds for one call: the number of calls in a batch doubles until a batch takes 20 ms, and the
+// best of five batches counts, which keeps the noise of a shared machine out.
+double timeit(const std::function<void()> &f) {
+  using clock = std::chrono::steady_clock;
+  auto seconds = [&](int calls) {
+    auto t0 = clock::now();
+    for (int i = 0; i < calls; i++) f();
+    return std::chrono::duration<double>(clock::now() - t0).count();
+  };
+  int calls = 1;
+  while (seconds(calls) < 0.02) calls *= 2;
+  double best = 1e9;
+  for (int i = 0; i < 5; i++) best = std::min(best, seconds(calls) / calls);
+  return best;
+}
+
+// The same timing in python3, over the operands in the file named by its first argument.
+const char *pythonscript = R"(
+import sys, time
+sys.set_int_max_str_digits(0)
+def timeit(f):
+    def seconds(calls):
+        t = time.perf_counter()
+        for _ in range(calls): f()
+        return time.perf_counter() - t
+    calls = 1
+    while seconds(calls) < 0.02: calls *= 2
+    return min(seconds(calls) / calls for _ in range(5))
+words = open(sys.argv[1]).read().split()
+for i in range(0, len(words), 5):
+    n, ta, tb, td, te = words[i:i + 5]
+    a, b, d, e = int(ta), int(tb), int(td), int(te)
+    for name, f in (("add", lambda: a + b), ("mul", lambda: a * b), ("div", lambda: a // d),
+                    ("pow", lambda: 2 ** e), ("tobin", lambda: int(ta)), ("totext", lambda: str(a))):
+        print(n, name, timeit(f), flush=True)
+)";
+
+std::string randomdigits(std::mt19937_64 &g, size_t n) {
+  std::string s(1, (char)('1' + g() % 9));
+  while (s.size() < n) s += (char)('0' + g() % 10);
+  return s;
+}
+
+std::string timetext(double s) {
+  char text[32];
+  if (s < 1e-6)
+    snprintf(text, sizeof text, "%.0f ns", s * 1e9);
+  else if (s < 1e-3)
+    snprintf(text, sizeof text, "%.1f us", s * 1e6);
+  else
+    snprintf(text, sizeof text, "%.2f ms", s * 1e3);
+  return text;
+}
+
+// Runs python3 on the operands and collects its times by size and operation.
+std::map<std::string, double> runpython(const std::string &operands) {
+  char name[] = "/tmp/tolmbench.XXXXXX";
+  int fd = mkstemp(name);
+  if (fd < 0 || write(fd, operands.data(), operands.size()) != (ssize_t)operands.size()) exit(1);
+  close(fd);
+  int out[2];
+  if (pipe(out) != 0) exit(1);
+  pid_t pid = fork();
+  if (pid == 0) {
+    dup2(out[1], 1);
+    close(out[0]);
+    execlp("python3", "python3", "-c", pythonscript, name, (char *)nullptr);
+    _exit(127);
+  }
+  close(out[1]);
+  FILE *f = fdopen(out[0], "r");
+  std::map<std::string, double> times;
+  char size[32], op[32];
+  double s;
+  while (fscanf(f, "%31s %31s %lf", size, op, &s) == 3) times[std::string(size) + " " + op] = s;
+  fclose(f);
+  waitpid(pid, nullptr, 0);
+  unlink(name);
+  return times;
+}
+
+}  // namespace
+
+int main() {
+  const size_t sizes[] = {1000, 10000, 100000};
+  std::mt19937_64 g(2024);
+  struct Operands {
+    std::string a, b, d;
+    uint64_t e;
+  };
+  std::map<size_t, Operands> ops;
+  std::string file;
+  for (size_t n : sizes) {
+    uint64_t e = (uint64_t)std::ceil((double)(n - 1) / std::log10(2.0));  // 2^e has n digits
+    ops[n] = Operands{randomdigits(g, n), randomdigits(g, n), randomdigits(g, n / 2), e};
+    file +=
+        std::to_string(n) + " " + ops[n].a + " " + ops[n].b + " " + ops[n].d + " " + std::to_string(e) + "\n";
+  }
+  std::map<std::string, double> python = runpython(file);
+
+  printf("%-8s %8s %12s %12s %8s\n", "", "digits", "tolm", "python3", "ratio");
+  for (size_t n : sizes) {
+    const Operands &o = ops[n];
+    Limbs a = decread(o.a), b = decread(o.b), d = decread(o.d), abin = dectobin(a), q, r;
+    std::pair<const char *, std::function<void()>> rows[] = {
+        {"add", [&] { bigadd<Dec>(a, b); }},          {"mul", [&] { bigmul<Dec>(a, b); }},
+        {"div", [&] { bigdivmod<Dec>(a, d, q, r); }}, {"pow", [&] { bigpow<Dec>(Limbs{2}, Limbs{o.e}); }},
+        {"tobin", [&] { dectobin(decread(o.a)); }},   {"totext", [&] { decwrite(bintodec(abin)); }},
+    };
+    for (auto &[name, f] : rows) {
+      double ours = timeit(f), theirs = python[std::to_string(n) + " " + name];
+      printf("%-8s %8zu %12s %12s %7.1fx\n", name, n, timetext(ours).c_str(), timetext(theirs).c_str(),
+             theirs / ours);
+    }
+  }
+
+  // The routines the operators call: digit leaves in, digit leaves out, the reading and writing
+  // of the decimal text included. Python's times are those of its own operations above.
+  printf("\nOn digit leaves (decimal text in and out):\n");
+  for (size_t n : sizes) {
+    const Operands &o = ops[n];
+    CellRef a(o.a), b(o.b), d(o.d), two("2"), e = fromuword(o.e);
+    std::string natural = textnatural(o.a);
+    std::pair<const char *, std::function<void()>> rows[] = {
+        {"intadd", [&] { intadd(a, b); }},      {"intmul", [&] { intmul(a, b); }},
+        {"intdiv", [&] { intdiv(a, d); }},      {"intpow", [&] { intpow(two, e); }},
+        {"natural", [&] { textnatural(o.a); }}, {"spell", [&] { naturaltext(natural); }},
+    };
+    const char *same[] = {"add", "mul", "div", "pow", "tobin", "totext"};
+    for (int i = 0; i < 6; i++) {
+      double ours = timeit(rows[i].second), theirs = python[std::to_string(n) + " " + same[i]];
+      printf("%-8s %8zu %12s %12s %7.1fx\n", rows[i].first, n, timetext(ours).c_str(),
+             timetext(theirs).c_str(), theirs / ours);
+    }
+  }
+  return 0;
+}

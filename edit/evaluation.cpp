@@ -1,0 +1,60 @@
+// Escape e: the current document, or the selection, runs as a program, and the title row shows
+// its printed result or its failure; the mode stays so that the line can be scrolled and copied.
+#include <algorithm>
+
+#include "edit/commands.h"
+#include "edit/display.h"
+#include "edit/editor.h"
+#include "edit/term.h"
+#include "lang/chars.h"
+#include "lang/program.h"
+
+static void evalpainter() { paintdoc("Eval"); }
+
+// The line shows from its first byte; C-t scrolls it on.
+static void setprompt(const std::string &text) { promptline = newdoc(text); }
+
+// The run itself: "Running..." is on the screen while the program works.
+static void evalrun() {
+  setprompt("Running...");
+  evalpainter();
+  flushout();
+  Doc &d = cur();
+  std::string program = textof(d);
+  int64_t offset = 0;
+  if (mark != -1) {
+    offset = std::min(d.point, mark);
+    program = program.substr((size_t)offset, (size_t)(std::max(d.point, mark) - offset));
+    mark = -1;
+  }
+  std::string printed;
+  Outcome o = runprogram(offset, program, printed);
+  setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
+  if (o.where != -1) {
+    Doc &after = cur();
+    after.point = std::min(o.where, lenof(after));
+    keepvisible(after, false);
+  }
+  repaint();
+}
+
+void tolmdome() {
+  std::string key = modekey("M-e", evalpainter);
+  if (key.empty()) return evalrun();
+  Doc &p = promptline;
+  if (key == "\x08") {
+    bool moved = p.top != 0;
+    p.top = 0;
+    return moved ? repaint() : bell();
+  }
+  if (key == "\x14") {
+    bool room = p.top < lenof(p) - width + 6;
+    if (room) p.top++;
+    return room ? repaint() : bell();
+  }
+  if (key == "\x1bk" || key == "\x1bu" || key == "\x1b" "a" || key == "\x1bz") {
+    modecommon(key, false);
+    return;
+  }
+  passon(key);
+}

@@ -1,0 +1,19 @@
+// The abstract machine: a state (K . E) of a continuation and the term in work, rewritten step by
+// step to a normal form. Continuations are terms; the loop is an iteration, not a recursion.
+#pragma once
+#include <cstdint>
+
+#include "core/cell.h"
+
+// Machine steps since the start; the benchmarks and tests read it.
+extern uint64_t machinesteps;
+
+CellRef evaluate(CellRef term);
+CellRef runmachine(CellRef state);
+// One decision: the next state, after one rewrite where the term is a saturated redex.
+void schedule(CellRef &k, CellRef &e);
+void rewrite(CellRef &k, CellRef &e);
+
+// The machine's views of raw values as trees.
+CellRef bytetreeview(unsigned char byte);
+CellRef realtreeview(const unsigned char bits[8]);

@@ -1,0 +1,27 @@
+// The passes over lambdas and locals: quotes and pair patterns desugared, binders checked,
+// the globals a definition refers to, and word locals turned into single letters.
+#pragma once
+#include <optional>
+#include <string>
+
+#include "core/cell.h"
+
+// Name lists are terms: the leaf "()" when empty, else pairs of a name leaf and the rest, in plain
+// byte order without repeats.
+CellRef nameone(const CellRef &leaf);
+size_t namecount(const CellRef &list);
+bool namehas(const CellRef &list, const std::string &name);
+CellRef nameadd(const CellRef &list, const CellRef &leaf);
+CellRef namedrop(const CellRef &list, const std::string &name);
+CellRef nameunion(const CellRef &a, const CellRef &b);
+
+CellRef unquote(const CellRef &t);
+CellRef unpair(const CellRef &t);
+CellRef funkyterm(const CellRef &t);
+CellRef globalrefs(const CellRef &t);
+CellRef wordbinders(const CellRef &t);
+CellRef letterbinders(const CellRef &t);
+// Nothing when the definition has more than 26 local names.
+std::optional<CellRef> wordlocals(const std::string &name, CellRef t);
+CellRef renamebinder(const CellRef &t, const std::string &from, const std::string &to);
+CellRef renamewithin(const CellRef &t, const std::string &from, const std::string &to);

@@ -1,0 +1,409 @@
+// Number forms: spelling of naturals as text and lists, forms and classes, machine words, reals
+// and exact fractions at their edges, and both arithmetics against the schoolbook reference.
+#include "core/number.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "core/nat.h"
+#include "core/tables.h"
+#include "tests/core/slowref.h"
+#include "tests/support.h"
+
+namespace {
+
+// The prelude's names that number terms are built from, so that the analysis of pairs knows them.
+class Numbers : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    tablesreset();
+    for (const char *name : {"J", "K", "H", "V", "I"})
+      deftable().emplace(name, sexp("(\\ a (\\ b (\\ c Z)))"));
+    bothcapture = &trace;
+  }
+  void TearDown() override {
+    bothcapture = nullptr;
+    tablesreset();
+  }
+  std::string trace;
+};
+
+std::string text(const CellRef &t) { return celltext(t); }
+
+// The decimal value of a natural's bytes, by the reference.
+std::string natvalue(const std::string &text) { return refofbytes(textnatural(text)); }
+
+std::string pow2(unsigned k) { return refpow("2", k); }
+
+// An exact number as the reference sees it: a sign and m / 2^f, from D's places one by one.
+struct Ref {
+  bool plus;
+  std::string m;
+  unsigned f;
+};
+
+Ref refexact(const std::string &d) {
+  int64_t n = 8 * (int64_t)d.size();
+  unsigned f = 0;
+  for (int64_t i = 2; i < n; i += 2)
+    if (getbit(i, d)) f = (unsigned)(i / 2);
+  std::string m = "0";
+  for (int64_t i = n - 1; i >= 1; i -= 2) m = refadd(refadd(m, m), getbit(i, d) ? "1" : "0");
+  for (unsigned k = 1; k <= f; k++) m = refadd(refadd(m, m), getbit(2 * k, d) ? "1" : "0");
+  return Ref{getbit(0, d) == 1, m, f};
+}
+
+// Both at the scale of the finer one.
+std::string scaled(const Ref &x, unsigned f) { return refmul(x.m, pow2(f - x.f)); }
+
+int refcompare(const Ref &x, const Ref &y) {
+  unsigned f = std::max(x.f, y.f);
+  bool xp = x.plus || x.m == "0", yp = y.plus || y.m == "0";
+  if (xp != yp) return xp ? 1 : -1;
+  int c = refcmp(scaled(x, f), scaled(y, f));
+  return xp ? c : -c;
+}
+
+// D with the sign and the given places set.
+std::string exactd(bool plus, std::initializer_list<int64_t> places) {
+  std::string d(1, plus ? '\1' : '\0');
+  for (int64_t k : places) setbit(k >= 0 ? 2 * k + 1 : -2 * k, 1, d);
+  return d;
+}
+
+uint64_t bitsofreal(const CellRef &t) { return std::bit_cast<uint64_t>(realvalue(t)); }
+
+std::string randomd(std::mt19937_64 &g) {
+  std::string d(1 + g() % 24, '\0');
+  for (char &c : d) c = (char)(g() % 4 ? g() : 0);
+  d.back() |= 1;
+  return d;
+}
+
+// A signed reference integer and its leaf text.
+struct Int {
+  bool minus;
+  std::string m;
+};
+std::string leaftext(const Int &x) { return x.m == "0" ? "0" : (x.minus ? "0" : "") + x.m; }
+
+}  // namespace
+
+TEST_F(Numbers, SpellingExamplesAndEdges) {
+  EXPECT_EQ(natvalue("1"), "7");
+  EXPECT_EQ(natvalue("01"), "5");
+  EXPECT_EQ(natvalue("2"), "11");
+  EXPECT_EQ(natvalue("5"), "23");
+  EXPECT_EQ(natvalue("0"), "3");
+  EXPECT_EQ(natvalue("00"), "2");
+  EXPECT_EQ(natvalue("000"), "4");  // minus one
+  EXPECT_EQ(natvalue("001"), "6");  // one
+  EXPECT_EQ(natvalue("004"), "18");
+  EXPECT_EQ(naturaltext(std::string(1, '\1')), "0");  // the empty vector, the list K
+  EXPECT_DEATH(textnatural(""), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(textnatural("1x"), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Numbers, SpellingRoundTripsAgainstReference) {
+  std::mt19937_64 g(7);
+  for (int round = 0; round < 300; round++) {
+    std::string x = refrandom(g, 120), t, expect;
+    unsigned z = (unsigned)(g() % 30);
+    switch (round % 3) {
+      case 0:
+        t = x, expect = refadd(refmul(x, "4"), "3");
+        if (x == "0") expect = "3";
+        break;
+      case 1:
+        if (x == "0") continue;
+        t = "0" + x, expect = refadd(refmul(x, "4"), "1");
+        break;
+      default:  // exact: "00", z more zeros, then digits or none
+        bool digits = x != "0" && g() % 4;
+        t = "00" + std::string(z, '0') + (digits ? x : "");
+        expect = refadd(digits ? refmul(x, pow2(z + 2)) : "0", pow2(z + 1));
+    }
+    SCOPED_TRACE(t);
+    std::string n = textnatural(t);
+    ASSERT_EQ(refofbytes(n), expect);
+    ASSERT_TRUE(isbits(n));
+    ASSERT_EQ(naturaltext(n), t);
+    ASSERT_EQ(listbits(bitlist(n)), n);
+  }
+}
+
+TEST_F(Numbers, ListsSpellTheSameNaturals) {
+  EXPECT_EQ(text(bitlist(std::string(1, '\1'))), "K");
+  EXPECT_EQ(listbits(CellRef("K")), std::string(1, '\1'));
+  CellRef five = bitlist(textnatural("5"));  // N = 10111: value bits 1 1 1 0
+  EXPECT_EQ(cellcompare(five, sexp("((J K) ((J K) ((J K) ((J H) K))))")), 0);
+  EXPECT_EQ(numclass(five), 'i');
+  EXPECT_EQ(numclass(bitlist(textnatural("0025"))), 'o');
+  // A list whose tail is a digit leaf: its bits, then the leaf's natural above them.
+  EXPECT_EQ(refofbytes(listbits(sexp("((J K) ((J H) 5))"))), "93");  // 1, 0, then 23
+  EXPECT_DEATH(listbits(sexp("((J I) K)")), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(listbits(sexp("((J K) x)")), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Numbers, ClassesAndForms) {
+  struct Row {
+    CellRef t;
+    char cls;
+    bool isint, isnat, isexact, plus;
+  };
+  Row rows[] = {
+      {fromreal(1.0), 'e', false, false, false, true},
+      {mkblob("abc"), 'a', false, false, false, true},
+      {CellRef("[ab]"), 'u', false, false, false, true},
+      {sexp("([a] [b])"), 'u', false, false, false, true},
+      {sexp("(f x)"), 'w', false, false, false, true},
+      {sexp("((f x) y)"), 'w', false, false, false, true},
+      {sexp("((J I) K)"), 'w', false, false, false, true},
+      {sexp("((J H) x)"), 'o', true, true, true, true},
+      {sexp("((J K) K)"), 'i', true, true, false, false},
+      {sexp("((J K) 5)"), 'i', true, true, false, false},
+      {sexp("((J K) ((J H) K))"), 'i', true, true, false, false},
+      {sexp("((J K) ((J K) K))"), 'i', false, true, false, false},
+      {CellRef("K"), 'w', true, true, false, true},
+      {CellRef("x"), 'w', false, false, false, true},
+      {CellRef("5"), 'i', true, true, false, true},
+      {CellRef("05"), 'i', true, true, false, false},
+      {CellRef("0"), 'i', true, true, false, true},
+      {CellRef("00"), 'o', false, true, true, true},
+      {CellRef("005"), 'o', false, true, true, true},
+  };
+  for (const Row &r : rows) {
+    SCOPED_TRACE(std::string(1, r.cls) + " " + (cellispair(r.t) ? "pair" : text(r.t)));
+    EXPECT_EQ(numclass(r.t), r.cls);
+    EXPECT_EQ(intform(r.t), r.isint);
+    EXPECT_EQ(natform(r.t), r.isnat);
+    EXPECT_EQ(exactform(r.t), r.isexact);
+    EXPECT_EQ(isplus(r.t), r.plus);
+  }
+  EXPECT_EQ(text(magnitude(CellRef("0"))), "0");
+  EXPECT_EQ(text(magnitude(CellRef("05"))), "5");
+  EXPECT_EQ(text(magnitude(CellRef("005"))), "05");
+  EXPECT_EQ(text(magnitude(sexp("((J H) ((J H) ((J K) K)))"))), "003");  // minus 1.5 to 1.5
+  EXPECT_DEATH(magnitude(CellRef("K")), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(needint(CellRef("00")), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(needexact(CellRef("5")), "ASSERTION FAILED:b:");
+}
+
+// The tail of the pair view: X = N / 4, c its low run of ones, then what lies above the zero after it.
+TEST_F(Numbers, PairViewTails) {
+  for (uint64_t v = 0; v < 300; v++) {
+    uint64_t c = (uint64_t)std::countr_one(v), y = v >> (c + 1);
+    std::string expect = std::string(c, '0') + (y ? std::to_string(y) : "");
+    EXPECT_EQ(text(digitsrest(fromuword(v))), expect) << v;
+    if (v) {
+      EXPECT_EQ(text(digitsrest(fromword(-(int64_t)v))), expect) << -(int64_t)v;
+    }
+  }
+  EXPECT_EQ(text(digitsrest(CellRef("1"))), "0");
+  EXPECT_EQ(text(digitsrest(CellRef("00"))), "");
+  EXPECT_EQ(text(digitsrest(CellRef("003"))), "00");    // N = 1110: X = 11
+  EXPECT_EQ(text(digitsrest(CellRef("0009"))), "002");  // N = 9 * 8 + 4 = 1001100: X = 10011
+}
+
+TEST_F(Numbers, MachineWords) {
+  EXPECT_EQ(text(fromword(0)), "0");
+  EXPECT_EQ(text(fromword(10)), "10");
+  EXPECT_EQ(text(fromword(-10)), "010");
+  EXPECT_EQ(text(fromword(INT64_MIN)), "09223372036854775808");
+  EXPECT_EQ(text(fromuword(UINT64_MAX)), "18446744073709551615");
+  std::mt19937_64 g(8);
+  for (int i = 0; i < 200; i++) {
+    int64_t n = (int64_t)g() >> (g() % 64);
+    EXPECT_EQ(toword(fromword(n)), n);
+  }
+  EXPECT_EQ(toword(CellRef("18446744073709551621")), 5);  // 2^64 + 5
+  EXPECT_EQ(toword(CellRef("018446744073709551621")), -5);
+  EXPECT_EQ(lowword(CellRef("018446744073709551621")), 5u);
+  std::string big = refrandom(g, 200), q, r;
+  refdivmod(big, "18446744073709551616", q, r);
+  EXPECT_EQ(std::to_string(lowword(CellRef(big))), r);
+}
+
+TEST_F(Numbers, RealsAndAddresses) {
+  CellRef x = fromreal(1.5);
+  EXPECT_EQ(celllen(x), 9u);
+  EXPECT_EQ(realvalue(x), 1.5);
+  EXPECT_EQ(realtext(x), "1.500000e+00");
+  EXPECT_EQ(text(realdata(fromreal(-0.25))), "[-2.500000e-01]");
+  EXPECT_EQ(realvalue(inttoreal(CellRef("05"))), -5.0);
+  EXPECT_EQ(realvalue(inttoreal(CellRef("1" + std::string(400, '0')))), INFINITY);
+  EXPECT_EQ(realvalue(inttoreal(sexp("((J H) ((J K) K))"))), 1.0);  // the exact one, spelled 001, read as 1
+  EXPECT_DEATH(realvalue(CellRef("5")), "ASSERTION FAILED:b:");
+  CellRef t("[abc]"), rope = sexp("([a] [b])"), post = mkblob("xyz");
+  EXPECT_EQ(toaddress(t), (uint64_t)(uintptr_t)textof(t.get()));
+  EXPECT_EQ(toaddress(rope), (uint64_t)(uintptr_t)&rope->left);
+  EXPECT_EQ(memcmp((const char *)(uintptr_t)toaddress(post), "xyz", 3), 0);
+  EXPECT_EQ(toaddress(CellRef("05")), (uint64_t)-5);
+  EXPECT_DEATH(toaddress(x), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Numbers, RealsToExactAtTheirEdges) {
+  EXPECT_EQ(text(realtoexact(fromreal(0.0))), "000");
+  EXPECT_EQ(text(realtoexact(fromreal(-0.0))), "00");
+  for (double v : {INFINITY, -INFINITY, NAN}) EXPECT_EQ(text(realtoexact(fromreal(v))), "00");
+  EXPECT_EQ(realvalue(exacttoreal(CellRef("000"))), -1.0);
+  EXPECT_EQ(bitsofreal(exacttoreal(CellRef("00"))), 0u);
+  EXPECT_EQ(realvalue(exacttoreal(CellRef("004"))), 2.0);
+  // Every normal double comes back bit for bit.
+  std::mt19937_64 g(9);
+  for (int i = 0; i < 500; i++) {
+    uint64_t b = g();
+    if ((b >> 52 & 0x7FF) == 0 || (b >> 52 & 0x7FF) == 0x7FF) continue;
+    ASSERT_EQ(bitsofreal(exacttoreal(realtoexact(fromreal(std::bit_cast<double>(b))))), b);
+  }
+  // The exponent's range: no infinity above and no zero below, but the NaN pattern.
+  EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(true, {1023})))), 0x7FE0000000000000u);
+  EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(false, {1024})))), 0x7FF9000000000000u);
+  EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(true, {-1075})))), 0x7FF9000000000000u);
+  // No rounding: what lies below the 52nd place is cut off, toward zero.
+  EXPECT_EQ(realvalue(exacttoreal(bitsexact(exactd(true, {0, -53})))), 1.0);
+  EXPECT_EQ(realvalue(exacttoreal(bitsexact(exactd(false, {0, -53})))), -1.0);
+  EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(true, {0, -52, -53})))), 0x3FF0000000000001u);
+  // Below the normal range the steps stand as they are: the places under the top one fill the
+  // mantissa from its low end, and the top place itself is not written.
+  EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(true, {-1023, -1024})))), 1u);
+  EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(false, {-1074})))), 1ull << 63);
+  // A subnormal double: its bits from the highest down go to the places from e - 1 down.
+  EXPECT_EQ(trimbits(exactbits(realtoexact(fromreal(std::bit_cast<double>(uint64_t{2}))))),
+            trimbits(exactd(true, {-1074})));
+  EXPECT_EQ(text(realtoexact(fromreal(std::bit_cast<double>(uint64_t{1})))), "00");
+  EXPECT_DEATH(realtoexact(fromreal(-std::bit_cast<double>(uint64_t{1}))), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Numbers, IntegersToExactAreRawStrings) {
+  EXPECT_EQ(text(inttoexact(CellRef("0"))), "00");
+  EXPECT_EQ(text(inttoexact(CellRef("1"))), "\x03");
+  EXPECT_EQ(text(inttoexact(CellRef("01"))), "\x01");
+  EXPECT_EQ(text(inttoexact(CellRef("5"))), "\x0B");
+  // 100: N = 403, halved 201 = 11001001; value bits 1 0 0 1 0 0 1 go to 1, 3, 5 ... 13, in 9 bytes.
+  CellRef hundred = inttoexact(CellRef("100"));
+  EXPECT_EQ(std::string(textof(hundred.get()), 9), std::string("\x83\x20\0\0\0\0\0\0\0", 9));
+  EXPECT_FALSE(exactform(hundred));
+}
+
+TEST_F(Numbers, ExactArithmeticMatchesReference) {
+  std::mt19937_64 g(10);
+  std::string expecttrace;
+  for (int round = 0; round < 150; round++) {
+    std::string a = randomd(g), b = randomd(g), r;
+    Ref x = refexact(a), y = refexact(b);
+    unsigned f = std::max(x.f, y.f);
+    SCOPED_TRACE(refofbytes(a) + " " + refofbytes(b));
+    // Equal signs add exactly.
+    std::string bb = withsign(x.plus, b);
+    Ref sum = refexact(exactadd(a, bb)), yy = refexact(bb);
+    expecttrace += std::string("jjaa") + (x.plus ? '1' : '0') + (getbit(0, bb) ? '1' : '0') + "\n";
+    ASSERT_EQ(refcompare(sum, Ref{x.plus, refadd(scaled(x, f), scaled(yy, f)), f}), 0);
+    // Of different signs, the larger magnitude wins the sign; where the smaller one's places all
+    // lie within the larger one's, no borrow is needed and the difference is exact.
+    std::string part = withsign(!x.plus, a);
+    for (char &c : part) c = (char)(c & g());
+    part = withsign(!x.plus, part);
+    Ref p = refexact(part), diff = refexact(exactadd(a, part));
+    expecttrace += std::string("jjaa") + (x.plus ? '1' : '0') + (getbit(0, part) ? '1' : '0') + "\n";
+    bool same = refcmp(x.m, "0") == 0 || refcmp(scaled(x, x.f), scaled(p, x.f)) == 0;
+    ASSERT_EQ(refcompare(diff, Ref{same || x.plus, refsub(scaled(x, x.f), scaled(p, x.f)), x.f}), 0);
+    // Products, remainders and comparisons.
+    Ref prod = refexact(exactmul(a, b));
+    ASSERT_EQ(refcompare(prod, Ref{x.plus == y.plus, refmul(x.m, y.m), x.f + y.f}), 0);
+    ASSERT_EQ(exactcompare(a, b), refcompare(x, y));
+    if (y.m == "0") {
+      ASSERT_FALSE(exactmod(a, b, r));
+      continue;
+    }
+    ASSERT_TRUE(exactmod(a, b, r));
+    std::string q, rest;
+    refdivmod(scaled(x, f), scaled(y, f), q, rest);
+    if (rest != "0" && x.plus != y.plus) rest = refsub(scaled(y, f), rest);
+    ASSERT_EQ(refcompare(refexact(r), Ref{y.plus, rest, f}), 0);
+  }
+  EXPECT_EQ(trace, expecttrace);
+  EXPECT_EQ(exactneg(std::string(1, '\1')), std::string(1, '\1'));
+  EXPECT_EQ(exactneg(exactd(true, {3, -2})), exactd(false, {3, -2}));
+  EXPECT_EQ(exactadd(exactd(true, {2}), exactd(false, {2})), std::string(1, '\1'));
+  // The difference takes no borrow: 4 - 1 gives the places of 4 and 1, that is 5.
+  EXPECT_EQ(exactsub(exactd(true, {2}), exactd(true, {0})), exactd(true, {2, 0}));
+  // Powers square before they multiply: 1.5 to the 5 and to the 6 come out swapped, while
+  // exponents that are powers of two are true.
+  std::string half3 = exactd(true, {0, -1}), fifth = half3;
+  for (int i = 1; i < 5; i++) fifth = exactmul(fifth, half3);
+  EXPECT_EQ(exactpow(half3, 0), std::string(1, '\1'));
+  EXPECT_EQ(exactcompare(exactpow(half3, 6), fifth), 0);
+  EXPECT_EQ(exactcompare(exactpow(half3, 5), exactmul(fifth, half3)), 0);
+  EXPECT_EQ(exactcompare(exactpow(half3, 4), exactmul(exactmul(half3, half3), exactmul(half3, half3))), 0);
+  EXPECT_EQ(text(numbmod(CellRef("001"), CellRef("00"))), "Z");
+  EXPECT_TRUE(numbless(CellRef("000"), CellRef("00")));
+}
+
+TEST_F(Numbers, IntegerArithmeticMatchesReference) {
+  std::mt19937_64 g(11);
+  for (int round = 0; round < 300; round++) {
+    Int x{g() % 2 == 0, refrandom(g, 200)}, y{g() % 2 == 0, refrandom(g, round % 2 ? 200 : 30)};
+    // Operands as leaves, and now and then as bit lists of the same natural.
+    CellRef a(leaftext(x)), b(leaftext(y));
+    if (round % 7 == 0) a = bitlist(textnatural(leaftext(x)));
+    if (round % 7 == 1) b = bitlist(textnatural(leaftext(y)));
+    if (!intform(a) || !intform(b)) continue;
+    x.minus = x.minus && x.m != "0", y.minus = y.minus && y.m != "0";
+    SCOPED_TRACE(leaftext(x) + " " + leaftext(y));
+    auto sum = [](const Int &u, const Int &v) {
+      if (u.minus == v.minus) return Int{u.minus, refadd(u.m, v.m)};
+      if (refcmp(u.m, v.m) >= 0) return Int{u.minus, refsub(u.m, v.m)};
+      return Int{v.minus, refsub(v.m, u.m)};
+    };
+    ASSERT_EQ(text(intadd(a, b)), leaftext(sum(x, y)));
+    ASSERT_EQ(text(intsub(a, b)), leaftext(sum(x, Int{!y.minus, y.m})));
+    ASSERT_EQ(text(intmul(a, b)), leaftext(Int{x.minus != y.minus, refmul(x.m, y.m)}));
+    ASSERT_EQ(text(intneg(a)), leaftext(Int{!x.minus, x.m}));
+    int c = x.minus != y.minus ? (x.minus ? -1 : 1) : (x.minus ? -refcmp(x.m, y.m) : refcmp(x.m, y.m));
+    if (x.m == "0" && y.m == "0") c = 0;
+    ASSERT_EQ(intcompare(a, b), c);
+    if (y.m == "0") {
+      ASSERT_EQ(text(intdiv(a, b)), "Z");
+      ASSERT_EQ(text(intmod(a, b)), "Z");
+      continue;
+    }
+    std::string q, r;
+    refdivmod(x.m, y.m, q, r);
+    bool differ = x.minus != y.minus;
+    ASSERT_EQ(text(intdiv(a, b)), leaftext(Int{differ, differ && r != "0" ? refadd(q, "1") : q}));
+    ASSERT_EQ(text(intmod(a, b)), leaftext(Int{y.minus, differ && r != "0" ? refsub(y.m, r) : r}));
+  }
+  EXPECT_EQ(text(intdiv(CellRef("07"), CellRef("2"))), "04");
+  EXPECT_EQ(text(intdiv(CellRef("7"), CellRef("2"))), "3");
+  EXPECT_EQ(text(intmod(CellRef("07"), CellRef("2"))), "1");
+  EXPECT_EQ(text(intmod(CellRef("7"), CellRef("02"))), "01");
+  EXPECT_EQ(text(intmod(CellRef("07"), CellRef("02"))), "01");
+  EXPECT_EQ(text(intsub(CellRef("12"), CellRef("12"))), "0");
+  EXPECT_EQ(text(intadd(CellRef("K"), CellRef("05"))), "05");
+}
+
+TEST_F(Numbers, IntegerPowers) {
+  std::mt19937_64 g(12);
+  for (int round = 0; round < 60; round++) {
+    Int x{g() % 2 == 0, refrandom(g, 8)};
+    unsigned n = (unsigned)(g() % 30);
+    bool minus = x.minus && n % 2 && x.m != "0";
+    EXPECT_EQ(text(intpow(CellRef(leaftext(x)), fromuword(n))), leaftext(Int{minus, refpow(x.m, n)}));
+  }
+  std::string huge = "1" + std::string(30, '0') + "1";  // odd
+  EXPECT_EQ(text(intpow(CellRef("0"), CellRef("0"))), "1");
+  EXPECT_EQ(text(intpow(CellRef("01"), CellRef(huge))), "01");
+  EXPECT_EQ(text(intpow(CellRef("1"), CellRef(huge))), "1");
+  EXPECT_EQ(text(intpow(CellRef("0"), CellRef(huge))), "0");
+  // Negative exponents give the floor of 1 / a^n.
+  EXPECT_EQ(text(intpow(CellRef("2"), CellRef("01"))), "0");
+  EXPECT_EQ(text(intpow(CellRef("02"), CellRef("01"))), "01");
+  EXPECT_EQ(text(intpow(CellRef("02"), CellRef("02"))), "0");
+  EXPECT_EQ(text(intpow(CellRef("01"), CellRef("03"))), "01");
+  EXPECT_EQ(text(intpow(CellRef("1"), CellRef("05"))), "1");
+  EXPECT_EQ(text(intpow(CellRef("0"), CellRef("01"))), "Z");
+}

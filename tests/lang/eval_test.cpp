@@ -1,0 +1,205 @@
+// The machine on terms built by hand over the prelude's combinators: the order of evaluation,
+// each rewrite rule, constants kept once, failures as marks, and deep recursion on the heap.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "core/tables.h"
+#include "lang/analysis.h"
+#include "lang/eval.h"
+#include "lib/builtins.h"
+#include "tests/support.h"
+
+namespace {
+
+const char *const combinators[][2] = {
+    {"A", R"((\ a (a S (B K K))))"},
+    {"B", R"((\ a (\ b (\ c (a (b c))))))"},
+    {"C", R"((\ a (\ b (\ c (a c b)))))"},
+    {"D", R"((\ a (\ b (\ c (\ d (a b (c d)))))))"},
+    {"E", R"((\ a (\ b (\ c (\ d (\ e (a b (c d e))))))))"},
+    {"F", R"((\ a (\ b (V b a))))"},
+    {"G", R"((\ a (V Z (B W (B C) D D V (V (X J))))))"},
+    {"H", R"((\ a I))"},
+    {"I", R"((\ a a))"},
+    {"J", R"((\ a (\ b (\ c (V a b)))))"},
+    {"K", R"((\ a (\ b a)))"},
+    {"L", R"((\ a (a K (K (K H)))))"},
+    {"M", R"((\ a (a a)))"},
+    {"N", R"((\ a K))"},
+    {"O", R"((\ a (\ b (b (a b)))))"},
+    {"P", R"((\ a (a (X S) I)))"},
+    {"Q", R"((\ a (a Z K)))"},
+    {"R", R"((\ a (a Z H)))"},
+    {"U", R"((\ a (\ b (U a))))"},
+    {"S", R"((\ a (\ b (\ c (a c (b c))))))"},
+    {"T", R"((\ a (\ b (b a))))"},
+    {"V", R"((\ a (\ b (\ c (c a b)))))"},
+    {"W", R"((\ a (\ b (a b b))))"},
+    {"Z", R"((\ a Z))"},
+    {"X", R"((\ a (\ b (\ c (\ d (V b (a d c)))))))"},
+    {"Y", R"((\ a (\ b (a (Y a) b))))"},
+    {"\\", R"((\ a (\ b (\ c Z))))"},
+    {"{", R"((\ a (\ b (\ c Z))))"},
+};
+
+class Machine : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    tablesreset();
+    for (const auto &c : combinators) define(c[0], c[1]);
+    for (const auto &[name, row] : builtins()) {
+      std::string body = "Z";
+      for (int i = row.arity - 1; i >= 0; i--) body = "(\\ " + std::string(1, (char)('a' + i)) + " " + body + ")";
+      define(name, body);
+    }
+  }
+  void TearDown() override { tablesreset(); }
+  void define(const std::string &name, const std::string &body) {
+    deftable().insert_or_assign(name, sexp(body));
+  }
+  std::string run(const std::string &term) { return show(evaluate(sexp(term))); }
+  // Runs at most bound steps; false when the machine has not finished by then.
+  bool ends(const std::string &term, uint64_t bound) {
+    CellRef k("I"), e = sexp(term);
+    for (uint64_t i = 0; i < bound; i++) {
+      if (headbyte(k.get()) == 'I' && isnormal(e)) return true;
+      schedule(k, e);
+    }
+    return false;
+  }
+  static std::string show(const CellRef &t) {
+    if (!cellispair(t)) return celltext(t);
+    return "(" + show(cellleft(t)) + " " + show(cellright(t)) + ")";
+  }
+};
+
+}  // namespace
+
+TEST_F(Machine, LinearHeadsFireOnUnevaluatedArguments) {
+  EXPECT_EQ(run("I 3"), "3");
+  EXPECT_EQ(run("K 1 (M M)"), "1");
+  EXPECT_TRUE(ends("K 1 (M M)", 1000));
+  EXPECT_FALSE(ends("S K K (M M)", 100000));  // S is no linear head: (M M) is evaluated first
+  EXPECT_EQ(run("I I I 5"), "5");             // over-application keeps 5 in a frame
+  EXPECT_EQ(run("K (I 3)"), "(K 3)");         // a final partial application is evaluated inside
+  EXPECT_EQ(run("\\ x (I x)"), "((\\ x) (I x))");  // the body of a final abstraction stays
+}
+
+TEST_F(Machine, ArgumentsOfOtherHeadsAreNormalisedOnceBeforeCopying) {
+  std::string work = "I I I I I I I I I I I I I I I I I I I I I I I I K";
+  uint64_t before = machinesteps;
+  EXPECT_EQ(run(work), "K");
+  uint64_t once = machinesteps - before;
+  before = machinesteps;
+  EXPECT_EQ(run("M (" + work + ")"), "(K K)");
+  uint64_t twice = machinesteps - before;
+  EXPECT_LT(twice, once + 10);  // the argument's work is done once, not once per again
+}
+
+TEST_F(Machine, BindingsAndAbstractions) {
+  EXPECT_EQ(run("(\\ x (K x)) 7"), "(K 7)");
+  EXPECT_EQ(run("{ x (I 4) (K x)"), "(K 4)");        // the value is evaluated first
+  EXPECT_EQ(run("{ x 4 ({ x 5 (K x))"), "(K 5)");    // an inner binding shadows
+  EXPECT_EQ(run("(\\ x (\\ x (K x))) 1 2"), "(K 2)");
+}
+
+TEST_F(Machine, GlobalsTakeTheirArgumentsAndMissingNamesMark) {
+  define("swap", R"((\ a (\ b (V b a))))");
+  EXPECT_EQ(run("swap 1 2"), "((V 2) 1)");
+  define("gone", "I 5");
+  CellRef t = sexp("I gone");
+  sizeup(t);  // analysed while the name stood, as a name from a finished load is
+  deftable().erase("gone");
+  EXPECT_EQ(show(evaluate(t)), "]gone");
+}
+
+TEST_F(Machine, ConstantsAreEvaluatedOnceAndKept) {
+  define("cc", "I I I I I I I I 5");
+  uint64_t before = machinesteps;
+  EXPECT_EQ(run("S K K cc"), "5");
+  uint64_t first = machinesteps - before;
+  EXPECT_EQ(celltext(deftable().at("cc")), "5");
+  before = machinesteps;
+  EXPECT_EQ(run("S K K cc"), "5");
+  EXPECT_LT(machinesteps - before, first);
+  define("f", R"(I (\ x (K x)))");  // a constant whose value is an abstraction is kept behind B I
+  EXPECT_EQ(run("f 7"), "(K 7)");
+  EXPECT_EQ(show(deftable().at("f")), "((B I) ((\\ x) (K x)))");
+  EXPECT_EQ(run("f 8"), "(K 8)");
+  define("fresh", "I I 6");
+  freshnames().insert("fresh");
+  EXPECT_EQ(run("fresh"), "6");
+  EXPECT_EQ(show(deftable().at("fresh")), "((I I) 6)");
+}
+
+TEST_F(Machine, AConstantThatNeedsItselfEndsInItsMark) {
+  define("cyc", "I cyc");
+  EXPECT_EQ(run("K 1 cyc"), "1");  // never asked for
+  EXPECT_EQ(run("S K K cyc"), ")cyc");
+  EXPECT_EQ(run("S K K cyc"), ")cyc");  // the entry stays marked until the tables are rebuilt
+}
+
+TEST_F(Machine, NumbersViewedAsPairs) {
+  EXPECT_EQ(run("0 (K I)"), "I");       // zero gives its argument K
+  EXPECT_EQ(run("5 G"), "((V H) 01)");  // the sign bit and the rest
+  EXPECT_EQ(run("5 K"), "((V H) 01)");
+  EXPECT_EQ(run("05 G"), "((V K) 01)");
+}
+
+TEST_F(Machine, DataViewedAsPairsAndLists) {
+  EXPECT_EQ(run("([a] [b]) G"), "((V [a]) [b])");
+  EXPECT_EQ(run("[] G"), "Z");
+  EXPECT_EQ(run("[] (K (K 1))"), "1");  // empty data gives its argument (X J), then K
+}
+
+TEST_F(Machine, BlobsAndRealsViewedAsTrees) {
+  auto view = [](const std::string &bytes) { return show(evaluate(cellpair(mkblob(bytes), CellRef("K")))); };
+  EXPECT_EQ(view(""), "Z");
+  EXPECT_EQ(view("\x05"), "((V ((J ((J I) H)) ((J I) H))) ((J ((J H) H)) ((J H) H)))");
+  EXPECT_EQ(view("hello"), "((V (d)hell) (a)o)");
+  EXPECT_EQ(view("12345678"), "((V (d)1234) (d)5678)");
+  unsigned char one[8];
+  double d = 1.0;
+  memcpy(one, &d, 8);
+  CellRef real(" " + std::string((const char *)one, 8));
+  CellRef tree = evaluate(cellpair(real, CellRef("K")));
+  // K keeps the left half of the top V tree: bits 0 to 31 of 1.0 are all clear.
+  std::string s = show(tree);
+  EXPECT_EQ(s.find('K'), std::string::npos) << s;
+}
+
+TEST_F(Machine, BuiltinsGetTheWholeApplication) {
+  EXPECT_EQ(run("assert K"), "I");
+  EXPECT_EQ(run("assert 5"), "Z");
+  Child c = runchild([this] { run("assert H"); });
+  EXPECT_EQ(c.status, 128 + SIGABRT);
+  EXPECT_EQ(c.err, "ASSERTION FAILED:l:242\n");
+  EXPECT_EQ(builtins().size(), 222u);
+  EXPECT_EQ(builtins().at("getnameinfo").arity, 7);
+  EXPECT_EQ(builtins().at("fd_set").arity, 0);
+}
+
+TEST_F(Machine, BrokenContinuationsStop) {
+  CellRef k("K"), e = sexp("K 1");
+  EXPECT_DEATH(schedule(k, e), "ASSERTION FAILED:b:");
+  CellRef k2("I"), open = sexp("I x");
+  EXPECT_DEATH(rewrite(k2, open), "ASSERTION FAILED:b:");
+}
+
+TEST_F(Machine, AMillionDeepRecursionRunsOnTheHeap) {
+  define("again", R"((\ l (l I (\ h (\ t (J h (again t)))))))");
+  EXPECT_EQ(run("again (J K (J H K))"), "((J K) ((J H) I))");
+  CellRef list("K");
+  for (int i = 0; i < 1000000; i++) list = cellpair3(CellRef("J"), CellRef(i % 2 ? "K" : "H"), std::move(list));
+  CellRef result = evaluate(cellpair(CellRef("again"), std::move(list)));
+  int length = 0;
+  Cell *c = result.get();
+  while (!isleafcell(c)) {
+    ASSERT_TRUE(leafis(c->left->left, "J"));
+    c = c->right;
+    length++;
+  }
+  EXPECT_EQ(length, 1000000);
+  EXPECT_TRUE(leafis(c, "I"));
+}

@@ -1,0 +1,78 @@
+// The passes over lambdas and locals on terms built by hand.
+#include <gtest/gtest.h>
+
+#include "lang/lambda.h"
+#include "lang/print.h"
+#include "tests/support.h"
+
+namespace {
+std::string names(const CellRef &list) {
+  std::string out;
+  for (Cell *c = list.get(); !isleafcell(c); c = c->right) out += celltextof(c->left) + " ";
+  return out;
+}
+bool same(const CellRef &a, const std::string &b) { return cellcompare(a, sexp(b)) == 0; }
+}  // namespace
+
+TEST(NameLists, SortedWithoutRepeats) {
+  CellRef l = nameunion(nameadd(nameone(CellRef("b")), CellRef("a")), nameadd(nameone(CellRef("c")), CellRef("b")));
+  EXPECT_EQ(names(l), "a b c ");
+  EXPECT_EQ(namecount(l), 3u);
+  EXPECT_TRUE(namehas(l, "b"));
+  EXPECT_EQ(names(namedrop(l, "b")), "a c ");
+  EXPECT_EQ(names(namedrop(l, "z")), "a b c ");
+  EXPECT_EQ(celltext(namedrop(nameone(CellRef("a")), "a")), "()");
+}
+
+TEST(Lambdas, QuotesPairTheSourceWithTheValue) {
+  CellRef q = unquote(sexp("` (+ a 1)"));
+  EXPECT_TRUE(same(q, "V [+a1] (+ a 1)")) << termprint(q);
+  CellRef nested = unquote(sexp("f (` (` x))"));
+  EXPECT_TRUE(same(nested, "f (V [`x] (V [x] x))")) << termprint(nested);
+}
+
+TEST(Lambdas, PairPatternsBecomeThreeBindings) {
+  CellRef t = unpair(sexp("{ (x y) (V 1 2) x"));
+  EXPECT_TRUE(same(t, "{ y (V 1 2) ({ x (y K) ({ y (y H) x))")) << termprint(t);
+  CellRef three = sexp("{ ((x y) z) e b");
+  EXPECT_EQ(unpair(three).get(), three.get());
+  EXPECT_EQ(funkyterm(three).get(), three.get());
+}
+
+TEST(Lambdas, BindersMustBeNames) {
+  EXPECT_TRUE(same(funkyterm(sexp("f (\\ 1 x)")), "\\ 1 x"));
+  EXPECT_EQ(celltext(funkyterm(sexp("\\ X X"))), "");
+  EXPECT_EQ(celltext(funkyterm(sexp("\\ foo (\\ x foo)"))), "");
+  EXPECT_TRUE(same(funkyterm(sexp("g ({ 5 1 x)")), "{ 5 1 x"));
+  EXPECT_TRUE(same(funkyterm(sexp("K ({ x (\\ (a b) a) x)")), "\\ (a b) a"));
+}
+
+TEST(Lambdas, GlobalReferencesLeaveOutWhatIsBound) {
+  EXPECT_EQ(names(globalrefs(sexp("\\ x (f x)"))), "f ");
+  EXPECT_EQ(names(globalrefs(sexp("{ x (g x) (h x)"))), "g h x ");  // the value is outside the scope
+  EXPECT_EQ(names(globalrefs(sexp("+ 1 [ab] y"))), "+ y ");
+  EXPECT_EQ(names(globalrefs(sexp("\\ [+] (+ 1)"))), "");
+}
+
+TEST(Lambdas, WordLocalsBecomeLetters) {
+  testlog.clear();
+  auto t = wordlocals("id", sexp("\\ foo foo"));
+  ASSERT_TRUE(t);
+  EXPECT_TRUE(same(*t, "\\ a a")) << termprint(*t);
+  EXPECT_EQ(testlog, "First id: (\\foo foo)\n");
+  // Inside an application the occurrence keeps its word: the rule stands as it is.
+  auto u = wordlocals("inc", sexp("\\ foo (+ foo 1)"));
+  EXPECT_TRUE(same(*u, "\\ a (+ foo 1)")) << termprint(*u);
+  auto v = wordlocals("two", sexp("\\ a (\\ bar (\\ c bar))"));
+  EXPECT_TRUE(same(*v, "\\ a (\\ b (\\ c b))")) << termprint(*v);
+  testlog.clear();
+  EXPECT_TRUE(wordlocals("", sexp("\\ x x")));
+  EXPECT_EQ(testlog, "");
+}
+
+TEST(Lambdas, MoreThanTwentySixLocalsFail) {
+  std::string body = "K";
+  for (int i = 0; i < 26; i++) body = "(\\ w" + std::string(1, (char)('a' + i)) + " " + body + ")";
+  EXPECT_TRUE(wordlocals("f", sexp(body)));
+  EXPECT_FALSE(wordlocals("f", sexp("(\\ extra " + body + ")")));
+}

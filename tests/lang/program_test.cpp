@@ -1,0 +1,114 @@
+// Whole programs: the prelude, every status of a failed load or check with its message and
+// position, and results that need no built-ins.
+#include <gtest/gtest.h>
+
+#include "core/tables.h"
+#include "lang/program.h"
+#include "tests/support.h"
+
+namespace {
+struct Ran {
+  Outcome o;
+  std::string printed;
+};
+Ran run(const std::string &text, int64_t base = 0) {
+  Ran r;
+  r.o = runprogram(base, text, r.printed);
+  return r;
+}
+void fails(const std::string &text, const std::string &status, const std::string &message, int64_t where = -1) {
+  Ran r = run(text);
+  EXPECT_EQ(r.o.status, status) << text;
+  EXPECT_EQ(r.o.message, message) << text;
+  EXPECT_EQ(r.printed, message) << text;
+  EXPECT_EQ(r.o.where, where) << text;
+}
+}  // namespace
+
+TEST(Prelude, IsDefinedFromItsText) {
+  EXPECT_EQ(std::string(prelude).size(), 554u);
+  preludeload();
+  EXPECT_EQ(deftable().size(), 51u);  // 26 combinators and 25 operators
+  EXPECT_TRUE(deftable().count("+"));
+  EXPECT_TRUE(deftable().count(","));
+  EXPECT_TRUE(deftable().count("Y"));
+  EXPECT_FALSE(deftable().count("[+]"));
+  tablesreset();
+  EXPECT_FALSE(deftable().count("K"));
+}
+
+TEST(Programs, CombinatorResults) {
+  EXPECT_EQ(run("S K K 5").printed, "5");
+  EXPECT_EQ(run("K (I 3)").printed, "K3");
+  EXPECT_EQ(run("id 7,id\\x\\x").printed, "7");
+  EXPECT_EQ(run("twice K 1 2,twice\\f\\x\\f(f x)").printed, "K1");
+  EXPECT_EQ(run("y{3}K y").printed, "K3");
+  EXPECT_EQ(run("(a b){V 1 2}a").printed, "1");
+  EXPECT_EQ(run("(a b){V 1 2}b").printed, "2");
+  EXPECT_EQ(run("1,notes about this").printed, "1");  // a piece that is no definition is a comment
+  EXPECT_EQ(run("2,_\\K 9").printed, "K9");            // a definition named _ is the main expression
+  EXPECT_EQ(run("K,K\\2").printed, "2");               // prelude names may be replaced
+}
+
+TEST(Programs, QuotesGiveTheSourceWithTheValue) {
+  EXPECT_EQ(run("(`(K 1))K").printed, "[K1]");
+  EXPECT_EQ(run("`(K 1)K").printed, "V[K1K]1");  // the quote takes the whole juxtaposition
+  EXPECT_EQ(run("(`(K 1))H").printed, "K1");
+}
+
+TEST(Programs, BracketFailuresCarryTheirPositions) {
+  fails("(a", "Match", "Match[_____]Right dangling parenthesis.", 0);
+  fails("a)", "Match", "Match[____a]Left dangling parenthesis.", 1);
+  fails("(a]", "Match", "Match[_____]Doesn't fit ']' at [____b].", 0);
+  fails("(a,b)", "Comma", "Comma[____b]Comma encountered in parenthesization which is not a call list.", 2);
+  Ran r = run("x(", 100);
+  EXPECT_EQ(r.o.where, 101);
+}
+
+TEST(Programs, DefinitionsThatMayNotBe) {
+  fails("x,x\\3", "Lower", "Single lowercase letters (x) cannot be defined as global variables.", 2);
+  fails("1,plus\\2", "Built", "Built in function [plus] cannot be re-defined.", 2);
+  fails("1,  [\\]\\2", "Built", "Built in function [\\] cannot be re-defined.", 2);
+  fails("1,[{]\\2", "Built", "Built in function [{] cannot be re-defined.", 2);
+}
+
+TEST(Programs, ChecksOverTheWholeTable) {
+  fails("", "Alive", "Alive function [TOP] references undefined [}].");
+  fails("a b c,hello there", "Alive", "Alive function [TOP] references undefined [a].");
+  fails("ff,ff\\x\\y", "Alive", "Alive function [ff] references undefined [y].");
+  fails("1\\x", "Funky", "Funky key in expression \\1x.");
+  fails("ff,ff\\(a b c){1}a", "Funky", "Funky key in expression ({ (a b c) 1 a) in function ff.");
+  std::string eleven = "K,ff", ten = "K,ff";
+  for (char c = 'a'; c < 'k'; c++) ten += std::string("\\") + c;
+  eleven = ten + "\\k\\1";
+  ten += "\\1";
+  EXPECT_EQ(run(ten).o.status, "Empty");
+  fails(eleven, "Arity", "Arity of function ff may not exceed ten.");
+  std::string many = "ff 1,ff";
+  for (int i = 0; i < 27; i++) many += "\\w" + std::string(1, (char)('a' + i % 26)) + std::string(i / 26, 'z');
+  fails(many + "\\1", "Place", "Place error in function ff.");
+}
+
+TEST(Programs, UnusedBrokenDefinitionsAreDropped) {
+  Ran r = run("1,unused\\missing,user\\unused");
+  EXPECT_EQ(r.o.status, "Empty");
+  EXPECT_EQ(r.printed, "1");
+  EXPECT_FALSE(deftable().count("unused"));
+  EXPECT_FALSE(deftable().count("user"));
+}
+
+TEST(Programs, ConstantsThatNeedThemselves) {
+  fails("cc,cc\\K cc cc", "Cycle", "Cycle detected on function [cc].");
+  // A fresh name is evaluated anew at each use and keeps no mark.
+  Ran r = run("K 1 cc,cc()\\cc");
+  EXPECT_EQ(r.printed, "1");
+}
+
+TEST(Programs, TheLayoutTableOfCRecords) {
+  std::string t = layouttable();
+  EXPECT_NE(t.find("[dirent[d_ino[4]][d_off[4]][d_reclen[2]][[6]][d_namlen[8]][d_type[4]][d_name[261]][[7]]]"),
+            std::string::npos) << t;
+  EXPECT_TRUE(t.starts_with("[[addrinfo[ai_flags[4]][ai_family[4]][ai_socktype[4]][ai_protocol[4]]")) << t;
+  EXPECT_NE(t.find("[ai_addr[8]][ai_canonname[8]][ai_next[8]]]"), std::string::npos) << t;
+  EXPECT_NE(t.find("[fd_set[[128]]][size_t[[8]]][socklen_t[[4]]][time_t[[8]]]]"), std::string::npos) << t;
+}
