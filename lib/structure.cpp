@@ -69,6 +69,7 @@ CellRef elementfromend(const CellRef &x, int64_t k) {
     if (k == 1) return CellRef(c->right);
   std::string_view t(textof(c), celllenof(c));
   std::vector<Span> spans = elements(t);
+  if ((size_t)k > spans.size()) return CellRef("Z");  // a cut left a group open to the end
   return elementof(t, spans[spans.size() - (size_t)k]);
 }
 
@@ -83,6 +84,7 @@ CellRef replacefromend(const CellRef &x, int64_t k, const CellRef &v) {
   } else {
     std::string t(textof(c), celllenof(c));
     std::vector<Span> spans = elements(t);
+    if ((size_t)k > spans.size()) return CellRef("Z");
     Span s = spans[spans.size() - (size_t)k];
     r = CellRef(t.replace(s.at, s.len, elementtext(v)));
   }

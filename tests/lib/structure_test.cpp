@@ -52,7 +52,8 @@ TEST(Structure, RankAndLook) {
           {"look 0 5", "K"}, {"look 3 5", "H"}, {"look 9 5", "H"}, {"look (0-5) 5", "K"}, {"look (0-6) 5", "Z"},
           {"look 1 [a[bc]d]", "[bc]"}, {"rows([]-(look 0 [a[bc]d]))", "[a]"}, {"look 3 [a[bc]d]", "Z"},
           {"look (0-1) ([ab]-[cd])", "[cd]"}, {"rows([]-(look 1 ([ab]-[cd])))", "[b]"},
-          {"look (0-4) ([ab]-[cd])", "Z"}, {"look 002 [a]", "Z"}, {"look 0 K", "Z"}});
+          {"look (0-4) ([ab]-[cd])", "Z"}, {"look 002 [a]", "Z"}, {"look 0 K", "Z"},
+          {"look 0 ([[[bc]]]-(0-3))", "Z"}});  // a cut that leaves a group open to the end
 }
 
 TEST(Structure, LordAndLotsGoBetweenLeavesAndChains) {
