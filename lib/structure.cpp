@@ -144,7 +144,8 @@ CellRef signedbyte(unsigned char b) { return fromword((int8_t)b); }
 
 CellRef tolmtype(CellRef app) {
   const char *words[] = {"[post]", "[real]", "[hint]", "[numb]", "[zits]", "[void]"};
-  const char *p = strchr("aeiouw", numclass(arg(app, 1, 0)));
+  char c = numclass(arg(app, 1, 0));
+  const char *p = c ? strchr("aeiouw", c) : nullptr;
   return cellkeep(CellRef(p ? words[p - "aeiouw"] : "69"));
 }
 
