@@ -75,7 +75,7 @@ uint16_t cellfor(bool highlight, bool changed, bool plain, unsigned char byte) {
 
 uint16_t blankfor(bool highlight, bool plain) { return blankwith(lookofcur(), highlight, plain); }
 
-void paintdoc(const char *word) {
+void paintdoc(const char *word, bool (*marked)(int64_t pos, unsigned char b)) {
   const Doc &d = cur();
   Look look = lookofcur();
   uint16_t *plane = newplane();
@@ -85,9 +85,10 @@ void paintdoc(const char *word) {
   bool wide = d.was.size() != d.now.size();
   for (int64_t pos = d.top; row < height; pos++) {
     if (pos == d.point) ccol = col, crow = row;
-    bool selected = mark != -1 && lo <= pos && pos < hi;
-    bool changed = h <= pos && pos < h + n && (wide || d.was[(size_t)(pos - h)] != d.now[(size_t)(pos - h)]);
     unsigned char b = charat(d, pos);
+    bool marks = marked && marked(pos, b);  // asked at every position: it follows the text
+    bool selected = marks || (mark != -1 && lo <= pos && pos < hi);
+    bool changed = h <= pos && pos < h + n && (wide || d.was[(size_t)(pos - h)] != d.now[(size_t)(pos - h)]);
     uint16_t *at = plane + row * width;
     if (b != 10) {
       at[col++] = cellwith(look, selected, changed, false, b);

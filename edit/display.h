@@ -18,7 +18,9 @@ uint16_t blankfor(bool highlight, bool plain);
 // The new plane, for painters that draw their own rows.
 uint16_t *newplane();
 
-void paintdoc(const char *word);
+// A painter can mark more cells than the selection: marked is told every position from top on,
+// in order, with its byte, and answers whether that cell is highlighted.
+void paintdoc(const char *word, bool (*marked)(int64_t pos, unsigned char b) = nullptr);
 int64_t painttitle(const char *word);
 void flushcells(int64_t col, int64_t row);
 std::string showkink();

@@ -18,20 +18,14 @@ LATER(tolmdomj, "M-j")
 LATER(tolmdomk, "M-k")
 LATER(tolmdomm, "M-m")
 LATER(tolmdomn, "M-n")
-LATER(tolmdomo, "M-o")
 LATER(tolmdomp, "M-p")
 LATER(tolmdomq, "M-q")
 LATER(tolmdomu, "M-u")
-LATER(tolmdoms, "M-s")
 LATER(tolmdomv, "M-v")
-LATER(tolmdomw, "M-w")
 LATER(tolmdomz, "M-z")
-LATER(tolmdomx, "M-x")
 
-// Swap, the sort of definitions and Dent make their records only once their commands exist, so
+// The sort of definitions and Dent make their records only once their commands exist, so
 // none of these can be reached yet: a record of such a type is a broken log.
-void swaptodo(Oper *) { must(false); }
-void swapundo(Oper *) { must(false); }
 void vowstodo(Oper *) { must(false); }
 void denttodo(Oper *) { must(false); }
 void dentundo(Oper *) { must(false); }

@@ -30,7 +30,7 @@ static bool writecommon(int fd, const Common &c, size_t from, size_t to) {
 }
 
 // The current text straight from head, window and tail, without joining them first.
-static bool writedoc(const std::string &path, const Doc &d) {
+bool writedoc(const std::string &path, const Doc &d) {
   int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (fd < 0) return false;
   const Common &c = d.common;

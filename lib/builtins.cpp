@@ -69,6 +69,7 @@ Builtins &builtins() {
     for (const Declared &d : declared) table[d.name] = builtinrow{d.arity, notyet};
     must(table.size() == 222);
     fillstructure(table);
+    fillarith(table);
   }
   return table;
 }

@@ -17,3 +17,4 @@ Cell *argof(Cell *app, int n, int i);
 
 // Each family of built-ins puts its functions into the rows of its names.
 void fillstructure(Builtins &table);
+void fillarith(Builtins &table);

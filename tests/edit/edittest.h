@@ -4,6 +4,7 @@
 
 #include "edit/editor.h"
 #include "edit/undo.h"
+#include "tests/support.h"
 
 // Opens a document of the given text under name and makes it current.
 inline Doc &opendoc(const std::string &name, const std::string &text) {
@@ -21,4 +22,11 @@ inline void press(const std::string &key) {
 
 inline void typetext(const std::string &text) {
   for (char c : text) press(std::string(1, c));
+}
+
+// Presses a key and tells whether the bell rang.
+inline bool rings(const std::string &key) {
+  testscreen.clear();
+  press(key);
+  return testscreen.find('\a') != std::string::npos;
 }

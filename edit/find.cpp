@@ -1,0 +1,322 @@
+// Search and replace: Find (M-s), an incremental search whose painter marks every hit on the
+// screen, and Swap (M-x), which replaces every occurrence in a range as one undoable record.
+#include "edit/find.h"
+
+#include <algorithm>
+
+#include "core/base.h"
+#include "edit/commands.h"
+#include "edit/display.h"
+#include "edit/editor.h"
+#include "edit/files.h"
+#include "edit/glyph.h"
+#include "edit/undo.h"
+
+// The pickers and the two search modes are never active at once, and each of them sets the
+// string on entry, so the listing's directory and the search text can share one string: after
+// a search the listing's directory is gone, and after a picker the failed text.
+std::string &failtext = listdir;
+
+uint64_t matchstep(const std::string &s, uint64_t state, unsigned char c) {
+  must(state & 1);
+  must(s.size() <= 63);
+  uint64_t mask = 1;
+  for (size_t i = 0; i < s.size(); i++)
+    if (charlike((unsigned char)s[i], c)) mask |= 1ull << (i + 1);
+  return mask & (2 * state + 1);
+}
+
+// Find.
+
+// The painter of Find runs the matcher along the screen's text. It starts |s| bytes before top,
+// so that a match that begins above the screen is still marked where it ends.
+static std::string findtext;
+static uint64_t findstate;
+static int64_t findtop;
+
+// A hit marks the cell behind the match. An empty text ends a match everywhere.
+static bool findhit(int64_t pos, unsigned char b) {
+  bool hit = findstate >> findtext.size() & 1;
+  if (hit && pos == findtop) {
+    std::string bits;
+    for (int i = 0; i < 64; i++) bits += (char)('0' + (findstate >> i & 1));
+    tolmlog("OMG I had that simple!\n" + bits + " [" + findtext + "]\n");
+  }
+  if (!findtext.empty()) findstate = matchstep(findtext, findstate, b);
+  return hit;
+}
+
+static void findpainter() {
+  const Doc &d = cur();
+  findtext = textof(promptline);
+  findstate = 1;
+  findtop = d.top;
+  for (int64_t i = -(int64_t)findtext.size(); i < 0; i++)
+    findstate = matchstep(findtext, findstate, charat(d, d.top + i));
+  paintdoc("Find", findhit);
+}
+
+// Seeks with the search text and tells whether the point went the way asked; a search that
+// wraps around the text lands on the other side, which counts as no advance.
+static bool seekon(bool forward) {
+  Doc &d = cur();
+  int64_t old = d.point;
+  seek(d, textof(promptline), forward);
+  return forward ? d.point > old : d.point < old;
+}
+
+// A byte for the search text, as it is, up to 63 bytes. While an earlier text failed no search
+// is made, and a search that does not move keeps the text that failed.
+static bool findtype(unsigned char b) {
+  if (lenof(promptline) >= 63) return true;
+  promptline.point = lenof(promptline);
+  usedput(promptline, b);
+  toendkeep(promptline);
+  if (!failtext.empty()) return true;
+  int64_t old = cur().point;
+  bool on = seekon(true);
+  if (cur().point == old) failtext = textof(promptline);
+  return on;
+}
+
+// Backspace shortens the search text: while the search succeeds the point steps back with the
+// end of the match, and the failure ends once the text is back to the one that failed.
+static void findback() {
+  Doc &d = cur();
+  std::string old = textof(promptline);
+  dropback(promptline, true);
+  toendkeep(promptline);
+  if (failtext.empty() && endswith(d, old)) {
+    d.point--;
+    keepvisible(d, false);
+  }
+  if (failtext == textof(promptline)) failtext.clear();
+}
+
+// listsel keeps the point where the search began, for C-g and Tab to go back to.
+void tolmdoms() {
+  std::string key = modekey("M-s", findpainter);
+  Doc &d = cur();
+  unsigned char b = key.size() == 1 ? (unsigned char)key[0] : 0;
+  bool ok = true;
+  if (key.empty()) {
+    failtext.clear();
+    listsel = d.point;
+    promptline = newdoc("");
+  } else if (key == "\x7f") {
+    tolmlog("In tolmdoms I got a 7f!\n");
+    if (lenof(promptline) == 0) {
+      bell();
+      return;
+    }
+    findback();
+  } else if (key.size() == 1 && (b >= 32 || b == 10)) {
+    ok = findtype(b);
+  } else if (key == "\x14" || key == "\x08") {
+    ok = seekon(key == "\x14");
+  } else if (key == "\x07") {
+    tolmlog("In tolmdoms I got C-g!\n");
+    d.point = listsel;
+    keepvisible(d, false);
+    leavemode();
+    return;
+  } else if (key == "\t") {
+    d.point = listsel;
+    keepvisible(d, false);
+  } else if (key == "\eh" || key == "\ef") {
+    d.point = key == "\eh" ? 0 : lenof(d);
+    d.edge = -1;
+    keepvisible(d, false);
+  } else if (modecommon(key, true)) {
+    return;
+  } else {
+    tolmlog("In tolmdoms I bailed out!\n");
+    passon(key);
+    return;
+  }
+  repaint();
+  if (!ok) bell();
+}
+
+// Swap.
+
+// A Swap record keeps each of its texts behind a byte of 32 + its length.
+constexpr int64_t swapmost = 255 - 32;
+
+static bool bitat(const std::string &bits, size_t k) {
+  must(k < bits.size() * 8);
+  return (unsigned char)bits[k / 8] >> (k % 8) & 1;
+}
+
+std::string swapbits(const std::string &text, const std::string &from, const std::string &to) {
+  std::string bits;
+  size_t n = 0;
+  auto put = [&](bool one) {
+    if (n % 8 == 0) bits += '\0';
+    if (one) bits.back() = (char)(bits.back() | 1 << (n % 8));
+    n++;
+  };
+  auto occurrence = [&] {
+    put(true);
+    for (size_t k = 0; k < to.size(); k++) put(false);
+  };
+  for (size_t i = 0; i < text.size(); i++) {
+    if (from.empty()) {
+      if (i > 0) occurrence();
+      put(false);
+    } else if (text.compare(i, from.size(), from) == 0) {
+      occurrence();
+      i += from.size() - 1;
+    } else {
+      put(false);
+    }
+  }
+  return bits;
+}
+
+// Puts mid for the len bytes at start. A point behind start moves with the change of length, but
+// never to before start.
+static void replacerange(Doc &d, int64_t start, int64_t len, const std::string &mid) {
+  std::string text = textof(d);
+  setnow(d, text.substr(0, (size_t)start) + mid + text.substr((size_t)(start + len)));
+  settle(d);
+  d.edge = -1;
+  if (d.point > start) d.point = std::max(start, d.point + (int64_t)mid.size() - len);
+}
+
+// Both directions follow the bit vector and check that the text holds what it names: a log that
+// does not fit the text is a broken invariant, as for every other record.
+void swapspan(Doc &d, int64_t start, int64_t end, const std::string &from, const std::string &to,
+              const std::string &bits) {
+  must(0 <= start && start <= end && end <= lenof(d));
+  std::string old = textrange(d, start, end), mid;
+  size_t k = 0;
+  for (size_t i = 0; i < old.size();) {
+    if (!bitat(bits, k++)) {
+      mid += old[i++];
+      continue;
+    }
+    must(old.compare(i, from.size(), from) == 0);
+    mid += to;
+    i += from.size();
+    k += to.size();
+  }
+  replacerange(d, start, end - start, mid);
+}
+
+void swapunspan(Doc &d, int64_t start, int64_t end, const std::string &from, const std::string &to,
+                const std::string &bits) {
+  must(0 <= start && start <= end);
+  int64_t len = lenof(d), j = start, n = (int64_t)to.size();
+  std::string old;
+  size_t k = 0;
+  while ((int64_t)old.size() < end - start) {
+    if (!bitat(bits, k++)) {
+      must(j < len);
+      old += (char)charat(d, j++);
+      continue;
+    }
+    must(j + n <= len && textrange(d, j, j + n) == to);
+    old += from;
+    j += n;
+    k += to.size();
+  }
+  replacerange(d, start, j - start, old);
+}
+
+// The packed record: the end of the range in 4 bytes, lowest first; each text behind its length
+// byte; then the bit vector to the end.
+struct Packed {
+  int64_t end;
+  std::string from, to, bits;
+};
+
+static Packed unpack(const std::string &data) {
+  Packed p;
+  must(data.size() >= 6);
+  p.end = 0;
+  for (int i = 0; i < 4; i++) p.end |= (int64_t)(unsigned char)data[(size_t)i] << (8 * i);
+  size_t at = 4;
+  for (std::string *s : {&p.from, &p.to}) {
+    must(at < data.size() && (unsigned char)data[at] >= 32);
+    size_t n = (unsigned char)data[at++] - 32u;
+    must(at + n <= data.size());
+    *s = data.substr(at, n);
+    at += n;
+  }
+  p.bits = data.substr(at);
+  return p;
+}
+
+void swaptodo(Oper *o) {
+  Packed p = unpack(o->data);
+  swapspan(cur(), o->w, p.end, p.from, p.to, p.bits);
+}
+
+void swapundo(Oper *o) {
+  Packed p = unpack(o->data);
+  swapunspan(cur(), o->w, p.end, p.from, p.to, p.bits);
+}
+
+void logswap(int64_t start, int64_t end, const std::string &from, const std::string &to) {
+  const Doc &d = cur();
+  must(0 <= start && start <= end && end <= lenof(d));
+  must((int64_t)from.size() <= swapmost && (int64_t)to.size() <= swapmost);
+  Oper *o = new Oper;
+  o->name = curname;
+  o->t = 1;
+  o->w = (uint64_t)start;
+  for (int i = 0; i < 4; i++) o->data += (char)(end >> (8 * i));
+  o->data += (char)(from.size() + 32);
+  o->data += from;
+  o->data += (char)(to.size() + 32);
+  o->data += to;
+  o->data += swapbits(textrange(d, start, end), from, to);
+  addop(o);
+  edittodo(o->v);
+}
+
+// The word shows which text is being typed: "Swap" the search text, "With" its replacement.
+static void swappainter() { paintdoc(failtext.empty() ? "Swap" : "With"); }
+
+// The first Tab keeps the search text and asks for the replacement; the second replaces in the
+// selection, or from the point to the end of the text. An empty search text is never kept, so
+// Tab on an empty prompt keeps asking for the search text.
+void tolmdomx() {
+  std::string key = modekey("M-x", swappainter);
+  unsigned char b = key.size() == 1 ? (unsigned char)key[0] : 0;
+  if (key.empty()) {
+    failtext.clear();
+    promptline = newdoc("");
+  } else if (key == "\t" && failtext.empty()) {
+    failtext = textof(promptline);
+    promptline = newdoc("");
+  } else if (key == "\t") {
+    Doc &d = cur();
+    int64_t start = mark == -1 ? d.point : std::min(d.point, mark);
+    int64_t end = mark == -1 ? lenof(d) : std::max(d.point, mark);
+    logswap(start, end, failtext, textof(promptline));
+    mark = -1;
+    leavemode();
+    return;
+  } else if (key == "\x7f") {
+    dropback(promptline, true);
+    toendkeep(promptline);
+  } else if (key == "\x07") {
+    mark = -1;
+    leavemode();
+    return;
+  } else if (modecommon(key, true)) {
+    return;
+  } else if (b == 10 || (b >= 32 && b < 127)) {
+    if (lenof(promptline) < swapmost) {
+      promptline.point = lenof(promptline);
+      usedput(promptline, typed(alphabet, b));
+      toendkeep(promptline);
+    }
+  } else {
+    bell();
+    return;
+  }
+  repaint();
+}

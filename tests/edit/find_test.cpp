@@ -1,0 +1,168 @@
+// Search and replace: the pattern classes, the matcher, Find's moves and its marks on the screen,
+// and Swap with its record and its exact undo.
+#include <gtest/gtest.h>
+
+#include "edit/find.h"
+#include "edit/glyph.h"
+#include "tests/edit/edittest.h"
+#include "tests/vterm.h"
+
+// For each pattern letter, text bytes it must accept and bytes it must refuse. Bytes of classes 1
+// and 2 count by their glyphs: 225 shows "a", 193 "A", 151 "0", a blank "_", 136 "<", 10 stays.
+TEST(Charlike, EveryPatternLetter) {
+  const std::string nl = "\n";
+  const struct {
+    char p;
+    std::string yes, no;
+  } cases[] = {
+      {'a', "aA\xe1\xc1", "bq"},            {'G', "\\;", "/:"},
+      {'H', "-.029:<acfhlnoqxACFX", "1b#"}, {'I', "&|", "/"},
+      {'J', "<=>#\x88", "%"},               {'K', "+,136;>bdgikmrtyBY", "0a"},
+      {'L', "+-.;", ","},                   {'M', "%'*/", "+"},
+      {'N', "^?@", "!"},                    {'O', "!\"$`~\x7f", "'"},
+      {'P', "()[]{}\x1b", "<"},             {'Q', "~!@#$%^&*<>-|+/=\\.`'\":;?", "()[]{},_a0"},
+      {'R', "az_ \xe1", "A0!" + nl},        {'U', "AZ\xc1\x01", "a0"},
+      {'S', "aA_", "0!"},                   {'T', "09\x97", "a!"},
+      {'V', "a0", "A!"},                    {'W', "A0", "a!"},
+      {'Z', "aA0", "!" + nl},               {'X', "!()" + nl, "aA0_"},
+      {'Y', "a!" + nl, "A0"},               {'A', "A!", "a0"},
+      {'B', "aA!", "0"},                    {'C', "0!", "aA"},
+      {'D', "a0!", "A"},                    {'E', "A0!", "a"},
+      {'F', "aA0!_" + nl + "\xff", ""},     {'7', "7\x9e", "8"},
+      {'#', "#\x82", "@"},                  {' ', " ", "_"},  // outside 33 to 126: itself only
+  };
+  for (const auto &c : cases) {
+    for (char y : c.yes) EXPECT_TRUE(charlike(c.p, y)) << c.p << " takes " << (int)(unsigned char)y;
+    for (char n : c.no) EXPECT_FALSE(charlike(c.p, n)) << c.p << " refuses " << (int)(unsigned char)n;
+  }
+}
+
+TEST(Matchstep, BitsFollowEveryPartialMatch) {
+  uint64_t st = 1;
+  for (char c : std::string("ababa")) st = matchstep("aba", st, c);
+  EXPECT_EQ(st, 1u | 2u | 8u);  // "a" and "aba" end here, "ab" does not
+  EXPECT_NE(runchild([] { matchstep("a", 2, 'a'); }).status, 0);  // bit 0 must be set
+}
+
+class Find : public ::testing::Test {
+ protected:
+  void SetUp() override { editorreset(20, 5); }
+};
+
+TEST_F(Find, TypingSearchesOnAndAFailureWaitsForBackspace) {
+  Doc &d = opendoc("/f", "xab abc ab");
+  press("\x1bs");
+  typetext("ab");
+  EXPECT_EQ(d.point, 3);
+  EXPECT_FALSE(rings("c"));  // "abc" ends further on
+  EXPECT_EQ(d.point, 7);
+  EXPECT_TRUE(rings("q"));
+  EXPECT_EQ(failtext, "abcq");
+  press("z");  // no search while failing
+  press("\x7f");  // back to the text that failed: the failure ends
+  EXPECT_EQ(failtext, "");
+  press("\x7f");  // "abcq" does not stand before the point: it stays
+  EXPECT_EQ(d.point, 7);
+  press("\x7f");  // "abc" does: the point steps back with the end of the match
+  EXPECT_EQ(d.point, 6);
+  EXPECT_FALSE(rings("\x08"));  // C-h: back to the "ab" before
+  EXPECT_TRUE(rings("\x08"));  // the next one back wraps around: no retreat
+  EXPECT_EQ(d.point, 6);
+  press("\x07");  // back to where the search began
+  EXPECT_EQ(d.point, 0);
+  EXPECT_TRUE(keys.empty());
+  press("\x1bs");
+  EXPECT_TRUE(rings("\x7f"));  // an empty search text has nothing to take back
+  d = newdoc(std::string(70, 'a'));
+  for (int i = 0; i < 64; i++) press("a");  // the 64th byte is ignored
+  EXPECT_EQ(lenof(promptline), 63);
+  EXPECT_EQ(d.point, 63);
+  press("\x06");  // a key of no meaning here leaves and acts
+  EXPECT_TRUE(keys.empty());
+  EXPECT_EQ(d.point, 64);
+}
+
+TEST_F(Find, EveryHitOnTheScreenIsMarkedAlsoAcrossTheTop) {
+  // Rows of 20 bytes: "ab" ends the first row, so with top at 20 the match "abc" crosses the top.
+  Doc &d = opendoc("/h", std::string(18, '.') + "ab" + "c.abc" + std::string(30, '.'));
+  Vterm term(20, 5);
+  press("\x1bs");
+  testlog.clear();
+  promptline = newdoc("abc");
+  d.top = 20;
+  d.point = 30;
+  repaint();
+  term.feed(testscreen);
+  EXPECT_EQ(term.row(1).substr(0, 6), "c.abc.");
+  for (int c = 0; c < 7; c++) EXPECT_EQ(term.at(1, c).back == 14, c == 1 || c == 5) << c;
+  EXPECT_EQ(testlog, "");  // no match ends just before top
+  promptline = newdoc("a");
+  d.top = 19;
+  repaint();
+  EXPECT_EQ(testlog, "OMG I had that simple!\n11" + std::string(62, '0') + " [a]\n");
+}
+
+class Swap : public ::testing::Test {
+ protected:
+  void SetUp() override { editorreset(20, 5); }
+  void swap(const std::string &from, const std::string &to) {
+    press("\x1bx");
+    typetext(from);
+    press("\t");
+    typetext(to);
+    press("\t");
+  }
+};
+
+TEST_F(Swap, ReplaceAllAndUndoExactly) {
+  Doc &d = opendoc("/s", "aba");
+  swap("a", "aa");
+  EXPECT_EQ(textof(d), "aabaa");
+  EXPECT_EQ(d.point, 0);  // a point at the start of the range stays there
+  // The range's end, both texts behind 32 + length, then occurrence 1 0 0, byte 0, 1 0 0.
+  EXPECT_EQ(lastop()->data, std::string("\x03\0\0\0!a\"aa\x11", 10));
+  press("\x1f");
+  EXPECT_EQ(textof(d), "aba");
+  EXPECT_TRUE(isclean(d));
+  press("\x12");
+  EXPECT_EQ(textof(d), "aabaa");
+}
+
+TEST_F(Swap, AReplacementThatHoldsTheSearchText) {
+  Doc &d = opendoc("/r", "ab ba aab");
+  swap("ab", "xabab");
+  EXPECT_EQ(textof(d), "xabab ba axabab");
+  press("\x1f");
+  EXPECT_EQ(textof(d), "ab ba aab");
+  swap("b", "a");  // the text held the replacement before: only the places recorded go back
+  EXPECT_EQ(textof(d), "aa aa aaa");
+  press("\x1f");
+  EXPECT_EQ(textof(d), "ab ba aab");
+}
+
+TEST_F(Swap, TheSelectionAndAnEmptySearchText) {
+  Doc &d = opendoc("/t", "aaaa");
+  Vterm term(20, 5);
+  d.point = 3;
+  mark = 1;
+  swap("a", "b");  // the selection 1..3 only
+  EXPECT_EQ(textof(d), "abba");
+  EXPECT_EQ(mark, -1);
+  d.point = 2;
+  press("\x1bx");
+  press("\t");  // Tab on an empty search text keeps asking for it
+  term.feed(testscreen);
+  EXPECT_EQ(term.row(0).substr(0, 4), "Swap");
+  press("\x1bg");
+  typetext("q\t");
+  term.feed(testscreen);
+  EXPECT_EQ(term.row(0).substr(0, 4), "With");
+  EXPECT_EQ(failtext, "\x11");  // typed in alphabet 2
+  press("\x07");
+  logswap(1, 4, "", "-");  // the empty text occurs between every two bytes of the range
+  EXPECT_EQ(textof(d), "ab-b-a");
+  EXPECT_EQ(d.point, 4);  // behind the start: it moves with the change of length
+  press("\x1f");
+  EXPECT_EQ(textof(d), "abba");
+  EXPECT_EQ(d.point, 2);
+}
