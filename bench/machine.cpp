@@ -54,6 +54,6 @@ int main() {
   printf("memory of the countdown: %ld kB at 100,000, %ld kB at 1,000,000: %s\n", small.peak, big.peak,
          big.peak - small.peak < 4096 ? "constant" : "GROWS");
   report("list of 1,000,000 built and summed",
-         measure("sum(upto 1000000),upto\\n\\(n=0)K(J n(upto(n-1))),sum\\l\\l I(h\\t\\K(h+sum t))0"));
+         measure("sum(upto 1000000),upto\\n\\(n=0)K(J n (upto(n-1))),sum\\l\\l I (h\\t\\K(h+sum(t))) 0"));
   report("fibonacci 25 by plain recursion", measure("fib 25,fib\\n\\(n<2)n(fib(n-1)+fib(n-2))"));
 }
