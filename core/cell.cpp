@@ -125,22 +125,6 @@ void cellfree(Cell *c) {
   }
 }
 
-void setfield(Cell *c, uint64_t value) {
-  must(value < fieldmax);
-  c->word = (c->word & ~((fieldmax - 1) << fieldshift)) | (value << fieldshift);
-}
-
-void setarity(Cell *c, int arity) {
-  must(arity >= -52 && arity <= 11);
-  uint64_t code = (uint64_t)(arity + 52);
-  must(code < 64);
-  c->word = (c->word & ~(0x3Full << 56)) | (code << 56);
-}
-
-void setredex(Cell *c, bool flag) { c->word = flag ? c->word | redexbit : c->word & ~redexbit; }
-
-void settop(Cell *c, uint8_t top) { c->word = (c->word & ~(0xFFull << 56)) | ((uint64_t)top << 56); }
-
 CellRef cellpair(CellRef left, CellRef right) {
   Cell *l = left.release(), *r = right.release();
   must(l != nullptr && r != nullptr);

@@ -34,10 +34,21 @@ inline char *textof(Cell *c) { return (char *)&c->left; }
 inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)textof(c)[0] : 0; }
 
 // The writers of the analysis bits; only the analysis of terms calls them.
-void setfield(Cell *c, uint64_t value);
-void setarity(Cell *c, int arity);
-void setredex(Cell *c, bool flag);
-void settop(Cell *c, uint8_t top);
+inline void setfield(Cell *c, uint64_t value) {
+  must(value < fieldmax);
+  c->word = (c->word & ~((fieldmax - 1) << fieldshift)) | (value << fieldshift);
+}
+
+inline void setarity(Cell *c, int arity) {
+  must(arity >= -52 && arity <= 11);
+  uint64_t code = (uint64_t)(arity + 52);
+  must(code < 64);
+  c->word = (c->word & ~(0x3Full << 56)) | (code << 56);
+}
+
+inline void setredex(Cell *c, bool flag) { c->word = flag ? c->word | redexbit : c->word & ~redexbit; }
+
+inline void settop(Cell *c, uint8_t top) { c->word = (c->word & ~(0xFFull << 56)) | ((uint64_t)top << 56); }
 
 Cell *newleaf(const char *text, size_t n);
 Cell *newpair(Cell *left, Cell *right);  // takes over one count of each child

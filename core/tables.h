@@ -9,8 +9,26 @@
 
 #include "core/cell.h"
 
-// Both name tables compare plain byte strings; they can be searched with a string_view.
-using Defs = std::map<std::string, CellRef, std::less<>>;
+// Both name tables compare plain byte strings; they can be searched with a string_view. Every
+// erasure of a definition counts in epoch, so that lookups cached elsewhere can tell that the
+// entry they point to may be gone.
+struct Defs : std::map<std::string, CellRef, std::less<>> {
+  uint64_t epoch = 0;
+  size_type erase(std::string_view name) {
+    auto i = find(name);
+    if (i == end()) return 0;
+    erase(i);
+    return 1;
+  }
+  iterator erase(iterator i) {
+    epoch++;
+    return map::erase(i);
+  }
+  void clear() {
+    epoch++;
+    map::clear();
+  }
+};
 Defs &deftable();
 std::set<std::string, std::less<>> &freshnames();
 

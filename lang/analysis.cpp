@@ -9,8 +9,6 @@
 #include "core/tables.h"
 #include "lang/chars.h"
 
-static bool analysed(const Cell *c) { return (topbyte(c) & 0x7F) != 0; }
-static bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
 
 // The leading abstractions of a definition, at most 11.
 static int leadingbinders(Cell *d) {
@@ -78,8 +76,7 @@ static void sizepair(Cell *c) {
   setfield(c, field);
 }
 
-void sizeup(Cell *c) {
-  if (analysed(c)) return;
+void analyse(Cell *c) {
   if (isleafcell(c)) return sizeleaf(c);
   if (analysed(c->left) && analysed(c->right)) return sizepair(c);
   // A deep unanalysed term: post-order with an explicit stack. Nothing below calls back here
@@ -103,23 +100,6 @@ void sizeup(Cell *c) {
   }
 }
 
-int arityof(Cell *c) {
-  sizeup(c);
-  if (datakind(c)) return 1;
-  return (int)aritycode(c) - 52;
-}
-
-bool isdata(Cell *c) {
-  sizeup(c);
-  return datakind(c);
-}
-
-bool isnormal(Cell *c) {
-  sizeup(c);
-  if (datakind(c)) return true;
-  return !redexflag(c) && arityof(c) >= 1;
-}
-
 bool lazyhead(Cell *c) {
   static const auto linear = [] {
     std::array<bool, 256> t{};
@@ -135,13 +115,6 @@ char shapeof(Cell *c) {
   Cell *l = c->left;
   if (isleafcell(l->left)) return leafis(l->left, "\\") ? 'u' : 'o';
   return leafis(l->left->left, "{") ? 'i' : 'o';
-}
-
-uint32_t freeset(Cell *c) {
-  sizeup(c);
-  unsigned char h = headbyte(c);
-  if (datakind(c) || h == '[' || (h >= '0' && h <= '9')) return 0;
-  return fieldof(c);
 }
 
 void needclosed(const CellRef &term) { must(freeset(term) == 0); }

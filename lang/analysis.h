@@ -3,14 +3,40 @@
 #pragma once
 #include "core/cell.h"
 
-// Every reader analyses the cell first; the handle forms only save the caller a get().
-void sizeup(Cell *c);
-int arityof(Cell *c);
-bool isdata(Cell *c);
-bool isnormal(Cell *c);
+// Every reader analyses the cell first; the handle forms only save the caller a get(). The
+// readers are inline: once a cell is analysed, each costs a load and a mask.
+inline bool analysed(const Cell *c) { return (topbyte(c) & 0x7F) != 0; }
+inline bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
+void analyse(Cell *c);  // the work behind sizeup, for a cell not analysed yet
+
+inline void sizeup(Cell *c) {
+  if (!analysed(c)) analyse(c);
+}
+
+inline int arityof(Cell *c) {
+  sizeup(c);
+  return datakind(c) ? 1 : (int)aritycode(c) - 52;
+}
+
+inline bool isdata(Cell *c) {
+  sizeup(c);
+  return datakind(c);
+}
+
+inline bool isnormal(Cell *c) {
+  sizeup(c);
+  return datakind(c) || (!redexflag(c) && (int)aritycode(c) - 52 >= 1);
+}
+
+inline uint32_t freeset(Cell *c) {
+  sizeup(c);
+  unsigned char h = headbyte(c);
+  if (datakind(c) || h == '[' || (h >= '0' && h <= '9')) return 0;
+  return fieldof(c);
+}
+
 bool lazyhead(Cell *c);
 char shapeof(Cell *c);
-uint32_t freeset(Cell *c);
 
 inline void sizeup(const CellRef &t) { sizeup(t.get()); }
 inline int arityof(const CellRef &t) { return arityof(t.get()); }

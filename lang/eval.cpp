@@ -22,13 +22,46 @@ struct Leaves {
   CellRef B{"B"}, T{"T"}, I{"I"}, K{"K"}, H{"H"}, V{"V"}, J{"J"}, X{"X"}, Z{"Z"}, lam{"\\"};
 };
 
+Leaves *current = nullptr;
+
 Leaves &leaves() {
-  static Leaves l;
-  if (l.generation != tablesgeneration) {
-    l = Leaves();
-    l.generation = tablesgeneration;
+  if (!current || current->generation != tablesgeneration) {
+    delete current;
+    current = new Leaves();
+    current->generation = tablesgeneration;
   }
-  return l;
+  return *current;
+}
+
+// What a name leaf means, looked up once and kept while the leaf is held here: its row in the
+// built-in table and its entry in the definitions. A reset of the tables or an erased definition
+// makes the kept answer stale.
+struct Named {
+  Cell *leaf = nullptr;
+  uint64_t generation = 0, epoch = 0;
+  const builtinrow *row = nullptr;
+  Defs::iterator def;
+  bool defined = false;
+};
+
+Named &named(Cell *leaf) {
+  static Named slots[4096];
+  Named &n = slots[((uintptr_t)leaf >> 4) & 4095];
+  Defs &defs = deftable();
+  if (n.leaf == leaf && n.generation == tablesgeneration && n.epoch == defs.epoch && n.defined) return n;
+  cellinc(leaf);
+  if (n.leaf) celldec(n.leaf);
+  n.leaf = leaf;
+  n.generation = tablesgeneration;
+  n.epoch = defs.epoch;
+  std::string_view name(textof(leaf));
+  unsigned char first = (unsigned char)name[0];
+  Builtins &table = builtins();
+  auto row = first >= 'a' && first <= 'z' ? table.find(std::string(name)) : table.end();
+  n.row = row == table.end() ? nullptr : &row->second;
+  n.def = defs.find(name);
+  n.defined = n.def != defs.end();
+  return n;
 }
 
 // The continuation that goes on with p once q has been applied to the value: ((B p) q).
@@ -134,15 +167,16 @@ static CellRef blobview(Cell *h) {
 
 // Rule 9: a global name. Its leading variables take the arguments; a constant is evaluated once
 // under the mark of its name and then kept.
-static void globalname(CellRef &k, CellRef &e, std::string_view name, Cell *const *args, int nargs) {
+static void globalname(CellRef &k, CellRef &e, Cell *leaf, Cell *const *args, int nargs) {
   Leaves &L = leaves();
-  Defs &defs = deftable();
-  auto found = defs.find(name);
-  if (found == defs.end()) {
+  std::string_view name(textof(leaf));
+  Named &n = named(leaf);
+  if (!n.defined) {
     k = L.I;
     e = CellRef("]" + std::string(name));
     return;
   }
+  auto found = n.def;
   Cell *d = found->second.get();
   char vars[12];
   int nvars = 0;
@@ -163,7 +197,7 @@ static void globalname(CellRef &k, CellRef &e, std::string_view name, Cell *cons
     return;
   }
   std::string mark = ")" + std::string(name);
-  if (isleafcell(d->left) && headbyte(d->left) == ')') {
+  if (!isleafcell(d) && isleafcell(d->left) && headbyte(d->left) == ')') {
     k = L.I;
     e = CellRef(mark);
     return;
@@ -189,10 +223,8 @@ void rewrite(CellRef &k, CellRef &e) {
   const char *t = isleafcell(h) ? textof(h) : "";
   unsigned char first = (unsigned char)t[0];
   if (first >= 'a' && first <= 'z') {
-    Builtins &table = builtins();
-    auto row = table.find(t);
-    if (row != table.end()) {
-      CellRef v = row->second.run(std::move(e));
+    if (const builtinrow *row = named(h).row) {
+      CellRef v = row->run(std::move(e));
       Cell *vl = isleafcell(v.get()) ? nullptr : v->left;
       if (vl && isleafcell(vl) && (headbyte(vl) == ')' || headbyte(vl) == ']')) k = L.I;
       e = std::move(v);
@@ -234,7 +266,7 @@ void rewrite(CellRef &k, CellRef &e) {
     entry->second = v;
     e = std::move(v);
   } else {
-    globalname(k, e, t, args, nargs);
+    globalname(k, e, h, args, nargs);
   }
 }
 
