@@ -69,6 +69,9 @@ Builtins &builtins() {
     for (const Declared &d : declared) table[d.name] = builtinrow{d.arity, notyet};
     must(table.size() == 222);
     fillstructure(table);
+    fillclib(table);
+    fillsockets(table);
+    fillload(table);
   }
   return table;
 }
