@@ -90,8 +90,8 @@ TEST(CDirectories, ListingInAProgram) {
   std::string dir = madedir();
   std::string program = filled(
       "d{opendir (init [@DIR@])}s{each d}a{readdir d}b{readdir d}c{closedir d}V s (V a (V b c)),"
-      "each\\d\\r{readdir d}(r=0)[](str(r+28)+[/]+each d),"
-      "str\\p\\c{getx p}(c=0)[](rows c+str(p+1))",
+      "each\\d\\r{readdir d}(r=0)[](str(r+28)+[/]+each(d)),"
+      "str\\p\\c{getx p}(c=0)[](rows(c)+str(p+1))",
       "DIR", dir);
   std::string out = ran(program);
   ASSERT_EQ(out.substr(0, 3), "(V[") << out;

@@ -162,6 +162,7 @@ TEST(CFiles, WriteAFileAndReadItBack) {
   std::string write = "f{fopen (init [@DIR@note.txt]) (init [w])}b{calloc 1 64}"
                       "c{copy (init [first line[p]second]) b}x{fputs b f}fclose f";
   EXPECT_EQ(ran(filled(write, "DIR", dir)), "0");
+  ASSERT_TRUE(fileisplain(dir + "note.txt"));
   EXPECT_EQ(fileread(dir + "note.txt"), "first line\nsecond");
   std::string read = "f{fopen (init [@DIR@note.txt]) (init [r])}b{calloc 1 64}x{fgets b 64 f}y{fclose f}"
                      "V (strlen b) (strcmp b (init [first line[p]]))";

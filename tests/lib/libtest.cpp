@@ -2,6 +2,9 @@
 #include "tests/lib/libtest.h"
 
 #include <cstdio>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "lang/program.h"
@@ -24,4 +27,15 @@ std::string filled(std::string text, const std::string &key, const std::string &
   std::string mark = "@" + key + "@";
   for (size_t at; (at = text.find(mark)) != std::string::npos;) text.replace(at, mark.size(), value);
   return text;
+}
+
+int freeport() {
+  int s = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in a{};
+  a.sin_family = AF_INET;
+  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t n = sizeof a;
+  if (s < 0 || bind(s, (sockaddr *)&a, sizeof a) != 0 || getsockname(s, (sockaddr *)&a, &n) != 0) abort();
+  close(s);
+  return ntohs(a.sin_port);
 }

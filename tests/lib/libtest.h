@@ -11,3 +11,5 @@ std::string ran(const std::string &text);
 Child ranlimited(const std::string &text, unsigned seconds = 20);
 // The text with every "@KEY@" replaced by its value, for programs that name scratch paths.
 std::string filled(std::string text, const std::string &key, const std::string &value);
+// A port on 127.0.0.1 that the kernel picked as free a moment ago.
+int freeport();
