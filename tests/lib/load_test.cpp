@@ -53,7 +53,7 @@ TEST(Load, EveryRefusalIsZ) {
 }
 
 TEST(Load, AFailedRunStopsTheProgram) {
-  EXPECT_EQ(ran("load [cc,cc\\cc]"), "Cycle detected on function [cc].");
+  EXPECT_EQ(ran("load [cc,cc\\cc+1]"), "Cycle detected on function [cc].");
   EXPECT_EQ(ran("load [ww,ww\\x\\x] 5"),
             "Table error while dereferencing the [ww] variable. This only occurs when you define a function in a load "
             "and use it again outside the load.");
