@@ -44,7 +44,7 @@ TEST(CLibrary, ConversionsClassesAndMaths) {
   check({
       {"isascii 01", "K"},  // a negative value counts as ascii
       {"isascii 128", "H"},
-      {"V (isalpha 97) (isdigit 97)", "(VK H)"},
+      {"V (isalpha 97) (isdigit 97)", "VKH"},
       {"V (toascii 200) (toupper 97)", "(V72 65)"},
       {"isalpha [a]", "Z"},
       {"atoi (init [-12])", "012"},
