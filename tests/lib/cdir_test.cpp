@@ -29,10 +29,10 @@ TEST(CDirectories, EachNameOnceInItsRecord) {
   writefile(dir + "a", "1");
   writefile(dir + "bb", "22");
   mkdir((dir + "sub").c_str(), 0700);
-  std::string handle = ran("opendir (strdup (init [" + dir + "]))"), r;
+  std::string handle = ranhere("n{strdup (init [" + dir + "])}d{opendir n}x{free n}d"), r;
   std::vector<std::string> names;
   std::vector<uint32_t> offs;
-  while ((r = ran("readdir " + handle)) != "0" && names.size() < 9) {
+  while ((r = ranhere("readdir " + handle)) != "0" && names.size() < 9) {
     ASSERT_EQ(r, handle);  // one record, filled anew each time
     std::string name = (const char *)(uintptr_t)std::stoull(r) + 28;
     names.push_back(name);
@@ -41,12 +41,12 @@ TEST(CDirectories, EachNameOnceInItsRecord) {
     EXPECT_EQ(at<uint64_t>(r, 16), name.size());
     EXPECT_EQ(at<uint32_t>(r, 24), name == "a" || name == "bb" ? 32768u : 16384u) << name;
   }
-  EXPECT_EQ(ran("readdir " + handle), "0");  // the end stays the end
+  EXPECT_EQ(ranhere("readdir " + handle), "0");  // the end stays the end
   for (size_t i = 0; i < names.size(); i++)
     EXPECT_EQ(offs[i], i + 1 < names.size() ? namehash(names[i + 1]) : 0x7fffffffu);
   std::sort(names.begin(), names.end());
   EXPECT_EQ(names, (std::vector<std::string>{".", "..", "a", "bb", "sub"}));
-  EXPECT_EQ(ran("closedir " + handle), "0");
+  EXPECT_EQ(ranhere("closedir " + handle), "0");
 }
 
 TEST(CDirectories, OpenAndCloseFailures) {

@@ -9,7 +9,7 @@
 
 #include "lang/program.h"
 
-std::string ran(const std::string &text) {
+std::string ranhere(const std::string &text) {
   std::string printed;
   runprogram(0, text, printed);
   return printed;
@@ -18,9 +18,14 @@ std::string ran(const std::string &text) {
 Child ranlimited(const std::string &text, unsigned seconds) {
   return runchild([&] {
     alarm(seconds);
-    std::string printed = ran(text);
+    std::string printed = ranhere(text);
     fwrite(printed.data(), 1, printed.size(), stdout);
   });
+}
+
+std::string ran(const std::string &text) {
+  Child c = ranlimited(text);
+  return c.status ? c.out + " (status " + std::to_string(c.status) + ")" : c.out;
 }
 
 std::string filled(std::string text, const std::string &key, const std::string &value) {

@@ -11,7 +11,7 @@ TEST(Load, RunsTheTextAgainstTheProgram) {
   EXPECT_EQ(ran("load [outer 5],outer\\x\\K x"), "K5");  // the program's own definitions are there
   EXPECT_EQ(ran("load [word 3,word\\value\\value]"), "3");  // word locals become letters
   EXPECT_EQ(ran("load [cc,cc()\\K 1]"), "K1");
-  EXPECT_EQ(ran("load (strtok (strdup [K 5 6]) [])"), ran("load [K 5 6]"));  // a C string
+  EXPECT_EQ(ran("s{strdup (init [K 5 6])}r{load s}x{free s}r"), ran("load [K 5 6]"));  // a C string
   EXPECT_EQ(ran("load (init [K 5 6])"), "5");                                 // a post
 }
 
@@ -22,7 +22,7 @@ TEST(Load, Nests) {
 }
 
 TEST(Load, TwoLoadsOfOneNameInARow) {
-  EXPECT_EQ(ran("V (load [ww 1,ww\\x\\x]) (load [ww 2,ww\\x\\x])"), "(V1 2)");
+  EXPECT_EQ(ranhere("V (load [ww 1,ww\\x\\x]) (load [ww 2,ww\\x\\x])"), "(V1 2)");
   EXPECT_EQ(deftable().count("ww"), 0u);
   EXPECT_TRUE(loadednames().empty());
 }
@@ -31,7 +31,7 @@ TEST(Load, EveryRefusalIsZ) {
   const char *refused[] = {
       "load K",                     // no text
       "load (x\\x)",                // a function
-      "load (atof (strtok (strdup [1]) []))",  // a real
+      "load (real 1)",              // a real
       "load [(1]",                  // brackets that do not match
       "load [,ww\\1]",              // only definitions
       "load [1,K\\2]",              // a prelude name
@@ -45,7 +45,7 @@ TEST(Load, EveryRefusalIsZ) {
       "load [ww,ww\\aa\\ab\\ac\\ad\\ae\\af\\ag\\ah\\ai\\aj\\ak\\al\\am\\an\\ao\\ap\\aq\\ar\\as\\at\\au\\av\\aw\\ax\\ay\\az\\ba\\K]",
   };
   for (const char *text : refused) {
-    EXPECT_EQ(ran(std::string(text) + ",outer\\1"), "Z") << text;
+    EXPECT_EQ(ranhere(std::string(text) + ",outer\\1"), "Z") << text;
     EXPECT_TRUE(loadednames().empty()) << text;
     EXPECT_EQ(deftable().count("ww"), 0u) << text;
   }

@@ -22,15 +22,15 @@ TEST(Sockets, BuffersByClass) {
   int pair[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
   std::string fd = std::to_string(pair[0]);
-  EXPECT_EQ(ran("send " + fd + " [abc] 3 0"), "3");  // the bracket and two letters
+  EXPECT_EQ(ranhere("send " + fd + " [abc] 3 0"), "3");  // the bracket and two letters
   char got[8] = {};
   ASSERT_EQ(recv(pair[1], got, sizeof got, 0), 3);
   EXPECT_STREQ(got, "[ab");
-  EXPECT_EQ(ran("recv " + fd + " [abc] 3 0"), "Z");  // data comes in only through memory
+  EXPECT_EQ(ranhere("recv " + fd + " [abc] 3 0"), "Z");  // data comes in only through memory
   EXPECT_EQ(send(pair[1], "xyz", 3, 0), 3);
-  EXPECT_EQ(ran("b{calloc 1 8}n{recv " + fd + " b 8 0}V n (strlen b)"), "(V3 3)");
-  EXPECT_EQ(ran("closesocket " + fd), "0");
-  EXPECT_EQ(ran("closesocket " + fd), "01");
+  EXPECT_EQ(ranhere("b{calloc 1 8}n{recv " + fd + " b 8 0}l{strlen b}x{free b}V n l"), "(V3 3)");
+  EXPECT_EQ(ranhere("closesocket " + fd), "0");
+  EXPECT_EQ(ranhere("closesocket " + fd), "01");
   close(pair[1]);
-  EXPECT_EQ(ran("s{socket 2 1 0}x{shutdown s 2}y{closesocket s}errno"), std::to_string(ENOTCONN));
+  EXPECT_EQ(ranhere("s{socket 2 1 0}x{shutdown s 2}y{closesocket s}errno"), std::to_string(ENOTCONN));
 }
