@@ -43,6 +43,8 @@ CellRef fromreal(double x);
 void needreal(const CellRef &t);
 double realvalue(const CellRef &t);
 uint64_t toaddress(const CellRef &t);  // integers, texts and posts, as the C interface takes them
+// The classes toaddress takes: post, integer and text.
+inline bool isstringish(char cls) { return cls == 'a' || cls == 'i' || cls == 'u'; }
 std::string realtext(const CellRef &t);
 CellRef realdata(const CellRef &t);
 CellRef inttoreal(const CellRef &t);

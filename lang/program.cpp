@@ -6,6 +6,7 @@
 #include <ctime>
 #include <map>
 #include <netdb.h>
+#include <optional>
 #include <set>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -23,9 +24,7 @@
 const char prelude[] =
     ",A\\a\\aS BKK,B\\a\\b\\c\\a b(c),C\\a\\b\\c\\a c b,D\\a\\b\\c\\d\\a b c(d),E\\a\\b\\c\\d\\e\\a b c(d)e,F\\a\\b\\Vb a,G\\a\\VZ BW(BC)DDV(V XJ),H\\a\\I,I\\a\\a,J\\a\\b\\c\\Va b,K\\a\\b\\a,L\\a\\aK K(KH),M\\a\\a a,N\\a\\K,O\\a\\b\\b a(b),P\\a\\a XS I,Q\\a\\aZK,R\\a\\aZH,U\\a\\b\\Ua,S\\a\\b\\c\\a c b(c),T\\a\\b\\b a,V\\a\\b\\c\\c a b,W\\a\\b\\a b b,Z\\a\\Z,X\\a\\b\\c\\d\\Vb a(d)c,Y\\a\\b\\a Ya b,[\\]\\a\\b\\c\\ABCDEFGHIJKLMNOPQRSTUVWXYZ,[{]\\a\\b\\c\\Z,[&]\\q\\r\\q r H,[|]\\q\\r\\qKr,[!]\\VHK,[+]\\plus,[-]\\dash,[*]\\mult,[/]\\over,[%]\\cent,[^]\\powa,[<]\\less,[>]\\gteq,[=]\\same,[#]\\diff,[$]\\buck,[~]\\wave,[.]\\T,[@]\\T,[:]\\I,[?]\\I,[;]\\I,[']\\I,[\"]\\I,[,]\\I";
 
-// The pieces of a normalised text between its depth-0 commas: the text before the first comma,
-// then each piece after a comma, with the comma's index.
-static std::vector<std::pair<size_t, std::string>> pieces(const std::string &text) {
+std::vector<std::pair<size_t, std::string>> pieces(const std::string &text) {
   std::vector<size_t> commas = oppositions(text, ",");
   std::vector<std::pair<size_t, std::string>> out;
   size_t start = 0;
@@ -61,6 +60,18 @@ static CellRef builtinstub(int arity) {
   return body;
 }
 
+std::optional<Definition> definitionof(const CellRef &t) {
+  if (!cellispair(t) || isleafcell(t->left) || !leafis(t->left->left, "\\")) return std::nullopt;
+  Cell *x = t->left->right;
+  bool fresh = !isleafcell(x);
+  if (fresh && !leafis(x->right, "}")) return std::nullopt;
+  std::string named = celltextof(fresh ? x->left : x);
+  if (!isname(named)) return std::nullopt;
+  CellRef body(t->right);
+  if (fresh) body = cellpair(CellRef("I"), std::move(body));
+  return Definition{namecore(named), fresh, std::move(body)};
+}
+
 Outcome textload(int64_t base, const std::string &text) {
   std::string error;
   int64_t where = -1;
@@ -70,14 +81,9 @@ Outcome textload(int64_t base, const std::string &text) {
   auto all = pieces(norm);
   deftable().insert_or_assign("", parsetop(all[0].second));
   for (size_t i = 1; i < all.size(); i++) {
-    CellRef t = parsetop(all[i].second);
-    if (!cellispair(t) || isleafcell(t->left) || !leafis(t->left->left, "\\")) continue;
-    Cell *x = t->left->right;
-    bool fresh = !isleafcell(x);
-    if (fresh && !leafis(x->right, "}")) continue;
-    std::string named = celltextof(fresh ? x->left : x);
-    if (!isname(named)) continue;
-    std::string n = namecore(named);
+    std::optional<Definition> d = definitionof(parsetop(all[i].second));
+    if (!d) continue;
+    const std::string &n = d->name;
     size_t at = all[i].first + 1;
     while (at < norm.size() && norm[at] == ' ') at++;
     if (isvarname(n))
@@ -85,13 +91,9 @@ Outcome textload(int64_t base, const std::string &text) {
                    "Single lowercase letters (" + n + ") cannot be defined as global variables.");
     if (n == "\\" || n == "{" || builtins().count(n))
       return fails(n, base + (int64_t)at, "Built", "Built in function [" + n + "] cannot be re-defined.");
-    if (fresh) {
-      deftable().insert_or_assign(n, cellpair(CellRef("I"), CellRef(t->right)));
-      freshnames().insert(n);
-    } else {
-      deftable().insert_or_assign(n, CellRef(t->right));
-      freshnames().erase(n);
-    }
+    deftable().insert_or_assign(n, d->body);
+    if (d->fresh) freshnames().insert(n);
+    else freshnames().erase(n);
   }
   return Outcome();
 }
@@ -180,7 +182,7 @@ static Outcome funky() {
   return Outcome();
 }
 
-static std::vector<std::string> refsof(const CellRef &term) {
+std::vector<std::string> refsof(const CellRef &term) {
   std::vector<std::string> out;
   CellRef refs = globalrefs(term);
   for (Cell *c = refs.get(); !isleafcell(c); c = c->right) out.push_back(celltextof(c->left));
@@ -244,26 +246,34 @@ static Outcome places() {
   return Outcome();
 }
 
+int paramcount(const CellRef &term) {
+  int n = 0;
+  for (Cell *d = term.get(); shapeof(d) == 'u'; d = d->right) n++;
+  return n;
+}
+
 static Outcome arities() {
   for (const auto &[name, term] : deftable()) {
-    int n = 0;
-    for (Cell *d = term.get(); shapeof(d) == 'u'; d = d->right) n++;
-    if (n > 10) return fails(name, -1, "Arity", "Arity of function " + name + " may not exceed ten.");
+    if (paramcount(term) > 10) return fails(name, -1, "Arity", "Arity of function " + name + " may not exceed ten.");
   }
   return Outcome();
 }
 
-// Equal subterms of all definitions come to share one cell; only values stay in the set.
-static void intern() {
+void keepvalues() {
   Keep &k = keepset();
-  k = Keep();
-  eachdef([](const CellRef &t) { return cellkeep(t); });
   std::vector<Cell *> passing;
   for (size_t i = 0; i < k.members.keys.size(); i++) {
     Cell *member = (Cell *)(uintptr_t)k.members.values[i];
     if (k.members.keys[i] && !isnormal(member)) passing.push_back(member);
   }
   for (Cell *c : passing) keepdrop(k, c);
+}
+
+// Equal subterms of all definitions come to share one cell; only values stay in the set.
+static void intern() {
+  keepset() = Keep();
+  eachdef([](const CellRef &t) { return cellkeep(t); });
+  keepvalues();
 }
 
 static Outcome locals() {

@@ -70,6 +70,9 @@ Builtins &builtins() {
     must(table.size() == 222);
     fillstructure(table);
     fillarith(table);
+    fillclib(table);
+    fillsockets(table);
+    fillload(table);
   }
   return table;
 }

@@ -2,6 +2,7 @@
 // application of one into its result, and the reading of arguments out of the application.
 #pragma once
 #include <map>
+#include <set>
 #include <string>
 
 #include "core/tables.h"
@@ -18,3 +19,11 @@ Cell *argof(Cell *app, int n, int i);
 // Each family of built-ins puts its functions into the rows of its names.
 void fillstructure(Builtins &table);
 void fillarith(Builtins &table);
+void fillclib(Builtins &table);  // with the files and the directories below
+void fillfiles(Builtins &table);
+void filldirs(Builtins &table);
+void fillsockets(Builtins &table);
+void fillload(Builtins &table);
+
+// The names that a running load has put into the definition table.
+std::set<std::string> &loadednames();

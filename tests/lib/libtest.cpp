@@ -1,0 +1,46 @@
+// Helpers of the library tests: programs run whole, in this process or in a child with a limit.
+#include "tests/lib/libtest.h"
+
+#include <cstdio>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "lang/program.h"
+
+std::string ranhere(const std::string &text) {
+  std::string printed;
+  runprogram(0, text, printed);
+  return printed;
+}
+
+Child ranlimited(const std::string &text, unsigned seconds) {
+  return runchild([&] {
+    alarm(seconds);
+    std::string printed = ranhere(text);
+    fwrite(printed.data(), 1, printed.size(), stdout);
+  });
+}
+
+std::string ran(const std::string &text) {
+  Child c = ranlimited(text);
+  return c.status ? c.out + " (status " + std::to_string(c.status) + ")" : c.out;
+}
+
+std::string filled(std::string text, const std::string &key, const std::string &value) {
+  std::string mark = "@" + key + "@";
+  for (size_t at; (at = text.find(mark)) != std::string::npos;) text.replace(at, mark.size(), value);
+  return text;
+}
+
+int freeport() {
+  int s = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in a{};
+  a.sin_family = AF_INET;
+  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t n = sizeof a;
+  if (s < 0 || bind(s, (sockaddr *)&a, sizeof a) != 0 || getsockname(s, (sockaddr *)&a, &n) != 0) abort();
+  close(s);
+  return ntohs(a.sin_port);
+}

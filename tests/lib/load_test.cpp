@@ -1,0 +1,60 @@
+// Loading program text at run time: results, nesting, every refusal as Z with the definition table
+// as it was, the same name in two loads, and a failed nested run that stops the outer one.
+#include <gtest/gtest.h>
+
+#include "core/tables.h"
+#include "lib/builtins.h"
+#include "tests/lib/libtest.h"
+
+TEST(Load, RunsTheTextAgainstTheProgram) {
+  EXPECT_EQ(ran("load [twice K 1 2,twice\\f\\x\\f(f x)]"), "K1");
+  EXPECT_EQ(ran("load [outer 5],outer\\x\\K x"), "K5");  // the program's own definitions are there
+  EXPECT_EQ(ran("load [word 3,word\\value\\value]"), "3");  // word locals become letters
+  EXPECT_EQ(ran("load [cc,cc()\\K 1]"), "K1");
+  EXPECT_EQ(ran("s{strdup (init [K 5 6])}r{load s}x{free s}r"), ran("load [K 5 6]"));  // a C string
+  EXPECT_EQ(ran("load (init [K 5 6])"), "5");                                 // a post
+}
+
+TEST(Load, Nests) {
+  EXPECT_EQ(ran("load [gg 1,gg\\x\\load [hh 5 2,hh\\a\\b\\a]]"), "5");
+  // The inner load sees the definitions of the load around it.
+  EXPECT_EQ(ran("load [K (load [gg 7]) gg,gg\\x\\x]"), "7");
+}
+
+TEST(Load, TwoLoadsOfOneNameInARow) {
+  EXPECT_EQ(ranhere("V (load [ww 1,ww\\x\\x]) (load [ww 2,ww\\x\\x])"), "(V1 2)");
+  EXPECT_EQ(deftable().count("ww"), 0u);
+  EXPECT_TRUE(loadednames().empty());
+}
+
+TEST(Load, EveryRefusalIsZ) {
+  const char *refused[] = {
+      "load K",                     // no text
+      "load (x\\x)",                // a function
+      "load (real 1)",              // a real
+      "load [(1]",                  // brackets that do not match
+      "load [,ww\\1]",              // only definitions
+      "load [1,K\\2]",              // a prelude name
+      "load [1,plus\\2]",           // a built-in
+      "load [1,x\\2]",              // a letter
+      "load [1,[\\]\\2]",           // a binder
+      "load [nothere]",             // an undefined name
+      "load [ww 1,ww\\x\\y]",       // a free letter
+      "load [1\\x]",                // a binder that is no name
+      "load [ww,ww\\a\\b\\c\\d\\e\\f\\g\\h\\i\\j\\k\\a]",  // eleven parameters
+      "load [ww,ww\\aa\\ab\\ac\\ad\\ae\\af\\ag\\ah\\ai\\aj\\ak\\al\\am\\an\\ao\\ap\\aq\\ar\\as\\at\\au\\av\\aw\\ax\\ay\\az\\ba\\K]",
+  };
+  for (const char *text : refused) {
+    EXPECT_EQ(ranhere(std::string(text) + ",outer\\1"), "Z") << text;
+    EXPECT_TRUE(loadednames().empty()) << text;
+    EXPECT_EQ(deftable().count("ww"), 0u) << text;
+  }
+  EXPECT_EQ(ran("load [ww 1 2 3 4 5 6 7 8 9 0,ww\\a\\b\\c\\d\\e\\f\\g\\h\\i\\j\\a]"), "1");  // ten pass
+}
+
+TEST(Load, AFailedRunStopsTheProgram) {
+  EXPECT_EQ(ran("load [cc,cc\\cc+1]"), "Cycle detected on function [cc].");
+  EXPECT_EQ(ran("load [ww,ww\\x\\x] 5"),
+            "Table error while dereferencing the [ww] variable. This only occurs when you define a function in a load "
+            "and use it again outside the load.");
+}
