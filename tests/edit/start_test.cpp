@@ -72,3 +72,14 @@ TEST(Start, TheScratchDocumentAndAWindowTooSmall) {
   EXPECT_NE(fileread(dir + "pane").find("\x1b[1;1HTolm cannot recover from windows less than 7,2"),
             std::string::npos);
 }
+
+TEST(Start, AHomeNameMeansTheHomeVariable) {
+  std::string dir = scratchdir();
+  writefile(dir + "notes", "at home");
+  Tmux t(60, 6, "bash --norc --noprofile");
+  t.type("HOME=" + dir + " " + tolm + " '~/notes'");
+  t.key("Enter");
+  EXPECT_TRUE(t.waitfor("File " + dir + "notes")) << t.screen();
+  EXPECT_TRUE(t.waitfor("at_home")) << t.screen();
+  t.key("C-c");
+}

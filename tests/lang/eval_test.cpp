@@ -203,3 +203,11 @@ TEST_F(Machine, AMillionDeepRecursionRunsOnTheHeap) {
   EXPECT_EQ(length, 1000000);
   EXPECT_TRUE(leafis(c, "I"));
 }
+
+TEST_F(Machine, AnAbstractionIsStoredAndGoesOnBehindBI) {
+  define("fn", R"(\ x x)");
+  CellRef k("I"), e = cellpair(CellRef(")fn"), sexp(R"(\ x x)"));
+  rewrite(k, e);  // the update rule
+  EXPECT_EQ(show(e), "((B I) ((\\ x) x))");
+  EXPECT_EQ(deftable().at("fn").get(), e.get());
+}

@@ -1,0 +1,47 @@
+// The batch runner from the shell: result or message on standard output, the position on
+// standard error, and its exit statuses.
+#include <gtest/gtest.h>
+
+#include "tests/support.h"
+
+static Child tolmrun(const std::string &program, const std::string &args = "") {
+  std::string dir = scratchdir();
+  writefile(dir + "p", program);
+  return runcommand(std::string(TOLMRUN_BIN) + " " + (args.empty() ? dir + "p" : args));
+}
+
+TEST(Runner, ResultsAndFailures) {
+  Child ok = tolmrun("2^10");
+  EXPECT_EQ(ok.status, 0);
+  EXPECT_EQ(ok.out, "1024\n");
+  EXPECT_EQ(ok.err, "");
+  Child bad = tolmrun("ab,ab\\(1");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.out, "Match[____f]Right dangling parenthesis.\n");
+  EXPECT_EQ(bad.err, "where 6\n");
+  Child nowhere = tolmrun("loop,loop\\loop+1");
+  EXPECT_EQ(nowhere.status, 1);
+  EXPECT_EQ(nowhere.err, "");
+}
+
+TEST(Runner, NewlinesOfAResultStayAsTheyAre) {
+  Child c = tolmrun("[a\nb]");  // a newline in the source of a text is layout
+  EXPECT_EQ(c.out, "[ab]\n");
+  Child d = tolmrun(std::string("[a") + '\0' + "b]");  // the editor's line end stands for a newline
+  EXPECT_EQ(d.out, "[a\nb]\n");
+}
+
+TEST(Runner, StandardInputAndUnreadableFiles) {
+  Child c = runcommand("printf 'K 7 8' | " + std::string(TOLMRUN_BIN) + " -");
+  EXPECT_EQ(c.status, 0);
+  EXPECT_EQ(c.out, "7\n");
+  Child missing = runcommand(std::string(TOLMRUN_BIN) + " /nonexistent/program");
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_EQ(missing.out, "");
+  EXPECT_NE(missing.err.find("/nonexistent/program"), std::string::npos);
+}
+
+TEST(Runner, WhatTheProgramPrintsComesFirst) {
+  Child c = tolmrun("x{puts(init[hello])}K");
+  EXPECT_EQ(c.out, "hello\nK\n");
+}
