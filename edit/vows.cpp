@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <set>
 
-#include "core/base.h"
 #include "core/cell.h"
 #include "edit/commands.h"
 #include "edit/display.h"
@@ -91,8 +90,11 @@ void tolmdomv() {
   std::string key = modekey("M-v", vowspainter);
   if (key.empty()) {
     vowsrun();
-  } else if (key == "\x7f" || key == "\x14") {
-    key == "\x7f" ? prompthome() : promptstep();
+  } else if (key == "\x7f") {
+    prompthome();
+    repaint();
+  } else if (key == "\x14") {
+    promptstep();
     repaint();
   } else if (key == "\x07") {
     leavemode();
