@@ -74,11 +74,4 @@ TEST_F(Dent, TabOnlyTrimsAndTheKeyIsTypedInTheAlphabet) {
   EXPECT_EQ(textof(d), "-ab\n");  // Enter puts "-" in every alphabet
   dent("-");  // in alphabet 1 the "-" key types 173, which goes in front
   EXPECT_EQ(textof(d), "\xad-ab\n");
-  press("\x1bi");
-  press("\x1by");  // alphabet keys stay in the mode
-  press("\x01");  // other control keys are ignored
-  EXPECT_EQ(keys, "\x1bi");
-  press("\x07");
-  EXPECT_TRUE(keys.empty());
-  EXPECT_EQ(textof(d), "\xad-ab\n");
 }

@@ -88,19 +88,3 @@ TEST_F(Picker, TypingCompletingAndEnterOnTheTitle) {
   EXPECT_TRUE(keys.empty());
   EXPECT_EQ(curname, "/tmp/alps");
 }
-
-// Keys wider than the screen scroll sideways, as far as the longest one needs.
-TEST_F(Picker, ShiftingLongKeys) {
-  std::string longkey = "/" + std::string(24, 'k') + "end";
-  opendoc(longkey, "");
-  Vterm term(20, 4);
-  press("\t");
-  for (int i = 0; i < 12; i++) press("\x06");
-  term.feed(testscreen);
-  EXPECT_EQ(term.row(2), longkey.substr(8));
-  testscreen.clear();
-  press("\x02");
-  press("\x1b[D");
-  term.feed(testscreen);
-  EXPECT_EQ(term.row(2), longkey.substr(6, 20));
-}

@@ -1,4 +1,4 @@
-// The title row's line outside the pickers: C-h and C-t, the two copy keys, and the quips.
+// The title row's line outside the pickers: C-h and C-t, and the quips.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,18 +23,6 @@ TEST_F(Prompt, ScrollingTheLine) {
   EXPECT_TRUE(rings("\x08"));
   EXPECT_FALSE(rings("\x14"));
   EXPECT_EQ(promptline.top, 1);
-}
-
-TEST_F(Prompt, CopyKeysFillTheKillTextQuietly) {
-  opendoc("/c", "all of it");
-  press("\x1b" "a");
-  EXPECT_EQ(killtext, "/c");
-  testscreen.clear();
-  press("\x1bz");
-  EXPECT_EQ(killtext, "all of it");
-  EXPECT_EQ(testscreen, "");
-  EXPECT_EQ(testlog.find("M-z"), std::string::npos);
-  EXPECT_TRUE(keys.empty());
 }
 
 // The quips of a run, one for each entry into the mode, as a child process writes them.
