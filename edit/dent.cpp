@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/base.h"
+#include "core/nat.h"
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
@@ -38,7 +39,7 @@ struct Dent {
   int64_t last;
   unsigned char b;
   std::string bits;
-  size_t at = 0;  // the next bit to read
+  int64_t at = 0;  // the next bit to read
 };
 
 static Dent unpack(const Oper *o) {
@@ -48,13 +49,10 @@ static Dent unpack(const Oper *o) {
   return r;
 }
 
+// The bits past the string's end read as 0, so the record need not hold the last line's 0.
 static int64_t nextcount(Dent &r) {
   int64_t n = 0;
-  for (;; n++, r.at++) {
-    must(r.at < r.bits.size() * 8);
-    if (!((unsigned char)r.bits[r.at / 8] >> (r.at % 8) & 1)) break;
-  }
-  r.at++;
+  while (getbit(r.at++, r.bits)) n++;
   return n;
 }
 
@@ -105,9 +103,9 @@ void dentundo(Oper *o) {
 }
 
 // The whole lines between min(point, mark) and the selection's end; without a mark, from the first
-// line to the last newline of the text; a mark left beyond the text counts as its end. Taking a byte off refuses when a line that is not blank
-// begins with something else, and shows that line; trimming a range with no trailing blanks does
-// nothing.
+// line to the last newline of the text; a mark left beyond the text counts as its end. Taking a
+// byte off refuses when a line that is not blank begins with something else, and shows that line;
+// trimming a range with no trailing blanks does nothing.
 void logdent(unsigned char b) {
   Doc &d = cur();
   int64_t lo = std::min(d.point, mark), hi = std::min(std::max(d.point, mark), lenof(d));
@@ -127,24 +125,21 @@ void logdent(unsigned char b) {
       return;
     }
   }
-  if (b == denttrim && std::all_of(lines.begin(), lines.end(), [](const Line &l) { return l.trail == l.end; }))
-    return;
+  auto notrail = [](const Line &l) { return l.trail == l.end; };
+  if (b == denttrim && std::all_of(lines.begin(), lines.end(), notrail)) return;
   Oper *o = new Oper;
   o->name = curname;
   o->t = 7;
   o->w = (uint64_t)first;
   for (int i = 0; i < 4; i++) o->data += (char)(last >> (8 * i));
   o->data += (char)b;
-  size_t n = 0;
-  auto put = [&](bool one) {
-    if (n % 8 == 0) o->data += '\0';
-    if (one) o->data.back() = (char)(o->data.back() | 1 << (n % 8));
-    n++;
-  };
+  std::string bits;
+  int64_t n = 0;
   for (const Line &l : lines) {
-    for (int64_t k = l.trail; k < l.end; k++) put(true);
-    put(false);
+    for (int64_t k = l.trail; k < l.end; k++) setbit(n++, 1, bits);
+    n++;
   }
+  o->data += bits;
   addop(o);
   edittodo(o->v);
 }

@@ -6,7 +6,6 @@
 #include "core/cell.h"
 #include "core/file.h"
 #include "edit/commands.h"
-#include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/files.h"
 #include "edit/undo.h"
@@ -70,13 +69,13 @@ void tolmdomn() {
 // not the point moves on to the next that does.
 static void walk() {
   Doc &d = cur();
-  int64_t h = headlen(d), o;
+  int64_t h = headlen(d);
   if (isclean(d)) return bell();
   if (d.point < h) {
     d.point = h;
     keepvisible(d, false);
   }
-  o = d.point - h;
+  int64_t o = d.point - h;
   if (o >= (int64_t)d.now.size()) {
     bell();
     d.point = h;

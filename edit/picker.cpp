@@ -32,9 +32,8 @@ static void tabspainter() {
     bool on = r == listsel % height;
     const std::string key = i < n ? listing[(size_t)i] : "";
     for (int64_t c = 0; c < width; c++) {
-      int64_t at = listshift + c;
-      plane[r * width + c] = at < (int64_t)key.size() ? cellfor(on, false, true, (unsigned char)key[(size_t)at])
-                                                      : blankfor(on, true);
+      size_t at = (size_t)(listshift + c);
+      plane[r * width + c] = at < key.size() ? cellfor(on, false, true, (unsigned char)key[at]) : blankfor(on, true);
     }
   }
   flushcells(painttitle("Tabs"), 0);

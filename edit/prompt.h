@@ -1,5 +1,5 @@
-// The title row's line outside the pickers: scrolling it, and the texts that modes show on it.
-// Plain keys and several modes share these steps, each ringing or not as its key says.
+// Scrolling the title row's line back to its start and on by one byte. C-h and C-t outside modes
+// and the keys of several modes share these steps, each ringing or not as its key says.
 #pragma once
 
 // Puts the line back to its first byte; false when it shows from there already.
