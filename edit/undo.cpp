@@ -420,6 +420,7 @@ void logback() {
 void logkill(const std::string &s) { logop(4, s); }
 void logyank() { logop(5, killtext); }
 void logtaps(const std::string &digits, unsigned char b) { logop(2, digits + (char)b); }
+void logvows() { logop(3, textof(cur())); }
 
 // The commands of the log.
 

@@ -41,6 +41,10 @@ void logback();
 void logkill(const std::string &s);
 void logyank();
 void logtaps(const std::string &digits, unsigned char b);
+void logvows();
+// Changes the front of each whole line of the selection, or of the text, by b and takes the
+// blanks off their ends; some ranges are refused, and then no record is made.
+void logdent(unsigned char b);
 
 // Types 1 (Swap, also every base record), 3 (the sort of definitions, which is reversed here from
 // the text it keeps) and 7 (Dent) are applied and reversed by their commands.
