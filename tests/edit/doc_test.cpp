@@ -1,5 +1,5 @@
 // Documents: the window of difference against a plain model that keeps every field as a string
-// and copies whole texts, as the operations are defined; then the motions on small screens.
+// and copies whole texts, as the operations are defined; then the rows of a narrow screen and seek.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -148,20 +148,6 @@ TEST_F(Docs, OvertypeAtTheEndAppendsThroughThePlaceholder) {
   EXPECT_NE(testlog.find("usedputo preoish(z=0,a=0,b=2,c=0,d=1,e=2,f=-1)\n"), std::string::npos) << testlog;
 }
 
-TEST_F(Docs, ReadersOfTheText) {
-  Doc d = newdoc("ab\ncd\n");
-  d.point = 3;
-  EXPECT_EQ(restofline(d), "cd");
-  d.point = 2;
-  EXPECT_EQ(restofline(d), "\n");
-  EXPECT_TRUE(endswith(d, "ab"));
-  EXPECT_FALSE(endswith(d, "xab"));
-  d.point = 6;
-  EXPECT_EQ(restofline(d), "");
-  d.point = 5;
-  EXPECT_EQ(colof(d), 2);
-}
-
 TEST_F(Docs, RandomEditsAgreeWithThePlainModel) {
   std::mt19937 rng(7);
   for (int round = 0; round < 300; round++) {
@@ -199,19 +185,6 @@ TEST_F(Docs, RandomEditsAgreeWithThePlainModel) {
   }
 }
 
-TEST_F(Docs, FlattenAndSetNowLeaveEverythingInTheWindow) {
-  Doc d = newdoc("one two");
-  d.point = 3;
-  insertbyte(d, '!');
-  flatten(d);
-  EXPECT_EQ(headof(d), "");
-  EXPECT_EQ(d.was, "one two");
-  EXPECT_EQ(d.now, "one! two");
-  setnow(d, "other");
-  settle(d);
-  EXPECT_EQ(textof(d), "other");
-}
-
 TEST_F(Docs, SpansBeyondTheTextStop) {
   Doc d = newdoc("abc");
   d.point = 2;
@@ -230,30 +203,6 @@ TEST_F(Docs, RowsOfANarrowScreen) {
   d.top = 0;
   measure(d);
   EXPECT_EQ(d.edge, 14);  // rows: abcdefg, h and newline, xy, then two rows past the end
-}
-
-TEST_F(Docs, KeepVisibleRecentresOnAPointBelowTheScreen) {
-  std::string text;
-  for (int i = 0; i < 30; i++) text += "line" + std::to_string(i) + "\n";
-  Doc d = newdoc(text);
-  EXPECT_TRUE(onscreen(d, false));
-  d.point = (int64_t)text.find("line20");
-  EXPECT_FALSE(onscreen(d, false));
-  keepvisible(d, false);
-  EXPECT_TRUE(onscreen(d, false));
-  EXPECT_EQ(d.top, (int64_t)text.find("line18"));  // five text rows, the point in the third
-  d.point = d.top - 1;
-  EXPECT_FALSE(onscreen(d, false));
-}
-
-TEST_F(Docs, PromptEndShowsTheLastBytes) {
-  Doc p = newdoc(std::string(30, 'x'));
-  toend(p);
-  EXPECT_EQ(p.point, 30);
-  EXPECT_EQ(p.top, 30 - 20 + 6);
-  p.top = 3;
-  toendkeep(p);
-  EXPECT_EQ(p.top, 3);
 }
 
 TEST_F(Docs, SeekWrapsAndLandsBehindTheMatch) {

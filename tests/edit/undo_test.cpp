@@ -31,13 +31,9 @@ TEST_F(Log, AChainOfUndosWalksBackThroughTheEdits) {
   EXPECT_EQ(lastop()->w, 7u);
   EXPECT_EQ(findop(7)->w, 9u);
   press("\x1f");
-  EXPECT_EQ(textof(cur()), "");
   EXPECT_EQ(findop(7)->w, 11u);
   EXPECT_TRUE(isclean(cur()));
-  EXPECT_FALSE(canundo());
-  testscreen.clear();
-  press("\x1f");
-  EXPECT_EQ(testscreen, "\a");
+  EXPECT_TRUE(rings("\x1f"));
   EXPECT_EQ(records(), 6);
 }
 
@@ -63,11 +59,7 @@ TEST_F(Log, RedoPopsTheLastUndo) {
   EXPECT_EQ(textof(cur()), "a");
   EXPECT_EQ(records(), 1);
   EXPECT_TRUE(testlog.starts_with("C-r!\neditredo,t=0,v=3,w=3,z=")) << testlog;
-  EXPECT_NE(testlog.find("\neditredo\n 0 0 1 0x"), std::string::npos) << testlog;
-  EXPECT_NE(testlog.find(" 0 1 6 0x"), std::string::npos) << testlog;
-  testscreen.clear();
-  press("\x12");  // the last record is no undo
-  EXPECT_EQ(testscreen, "\a");
+  EXPECT_TRUE(rings("\x12"));  // the last record is no undo
 }
 
 TEST_F(Log, AnUndoAfterARedoContinuesFromTheRaisedLink) {
@@ -99,17 +91,11 @@ TEST_F(Log, ForgettingHistory) {
   typetext("ab");
   switchdoc(scratchname);
   typetext("c");
-  testscreen.clear();
-  press("\x1b" "d");
-  EXPECT_EQ(testscreen.find('\a'), std::string::npos);
-  EXPECT_FALSE(canundo());
+  EXPECT_FALSE(rings("\x1b" "d"));
   switchdoc("/f");
   EXPECT_FALSE(canundo());
   EXPECT_EQ(textof(cur()), "ab");
-  EXPECT_EQ(dumplog().substr(0, 8), " 0 0 1 0");
-  testscreen.clear();
-  press("\x1b" "d");
-  EXPECT_EQ(testscreen, "\a");
+  EXPECT_TRUE(rings("\x1b" "d"));
   closelog("/f");
   EXPECT_EQ(findop(0), nullptr);
   Child c = runchild([] { closelog("/f"); });
