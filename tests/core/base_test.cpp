@@ -1,18 +1,10 @@
-// The run-time base: the assertion line, the fatal stop, the log and the tables.
+// The run-time base: the assertion line, the fatal stop and the log.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "core/base.h"
 #include "core/file.h"
-#include "core/tables.h"
 #include "tests/support.h"
-
-TEST(Base, GroupOfPathNamesTheSourceGroup) {
-  EXPECT_EQ(groupof("/x/core/cell.cpp"), 'b');
-  EXPECT_EQ(groupof("/x/lang/parse.cpp"), 'b');
-  EXPECT_EQ(groupof("/x/lib/arith.cpp"), 'l');
-  EXPECT_EQ(groupof("/work/lib/x/tests/edit/doc_test.cpp"), 'v');
-}
 
 TEST(Base, AssertionWritesGroupAndLineThenAborts) {
   int line = __LINE__ + 1;
@@ -44,16 +36,3 @@ TEST(Base, LogCreatesItsFileAndAppendsToItAsItStands) {
   EXPECT_NE(fileread("/tmp/tolm.log").find("tolm-log-test-marker-42\n"), std::string::npos);
 }
 
-TEST(Tables, ResetEmptiesDefinitionsFreshNamesAndBuiltinsButNotInterned) {
-  deftable().emplace("K", CellRef("K"));
-  freshnames().insert("f");
-  builtintable()["plus"] = builtinrow{2, nullptr};
-  CellRef kept = cellkeep(CellRef("tablesreset-survivor"));
-  size_t members = keepset().members.size();
-  tablesreset();
-  EXPECT_TRUE(deftable().empty());
-  EXPECT_TRUE(freshnames().empty());
-  EXPECT_TRUE(builtintable().empty());
-  EXPECT_EQ(keepset().members.size(), members);
-  EXPECT_EQ(cellkeep(CellRef("tablesreset-survivor")).get(), kept.get());
-}

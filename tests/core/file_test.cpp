@@ -30,17 +30,6 @@ TEST(Files, BytesRoundTripWholeAndAppend) {
   EXPECT_EQ(fileread(dir + "log"), "one\ntwo\n");
 }
 
-TEST(Files, KindsOfName) {
-  std::string dir = scratchdir();
-  writefile(dir + "f", "x");
-  EXPECT_TRUE(fileisdir(dir));
-  EXPECT_FALSE(fileisplain(dir));
-  EXPECT_TRUE(fileisplain(dir + "f"));
-  EXPECT_FALSE(fileisdir(dir + "f"));
-  EXPECT_TRUE(filereadable(dir + "f"));
-  EXPECT_FALSE(filereadable(dir + "missing"));
-}
-
 class Paths : public ::testing::Test {
  protected:
   void SetUp() override {

@@ -14,16 +14,6 @@ std::string names(const CellRef &list) {
 bool same(const CellRef &a, const std::string &b) { return cellcompare(a, sexp(b)) == 0; }
 }  // namespace
 
-TEST(NameLists, SortedWithoutRepeats) {
-  CellRef l = nameunion(nameadd(nameone(CellRef("b")), CellRef("a")), nameadd(nameone(CellRef("c")), CellRef("b")));
-  EXPECT_EQ(names(l), "a b c ");
-  EXPECT_EQ(namecount(l), 3u);
-  EXPECT_TRUE(namehas(l, "b"));
-  EXPECT_EQ(names(namedrop(l, "b")), "a c ");
-  EXPECT_EQ(names(namedrop(l, "z")), "a b c ");
-  EXPECT_EQ(celltext(namedrop(nameone(CellRef("a")), "a")), "()");
-}
-
 TEST(Lambdas, QuotesPairTheSourceWithTheValue) {
   CellRef q = unquote(sexp("` (+ a 1)"));
   EXPECT_TRUE(same(q, "V [+a1] (+ a 1)")) << termprint(q);

@@ -21,7 +21,6 @@ TEST(Names, LeafNamesAreNamesAfterTheirBracketsGo) {
 TEST(Names, GlueAndBrackets) {
   for (char c : std::string("#%&'*+,-./:;<=>?@\\^| \n")) EXPECT_TRUE(isglue((unsigned char)c)) << c;
   for (char c : std::string("(){}[]~!\"$`_a0")) EXPECT_FALSE(isglue((unsigned char)c)) << c;
-  EXPECT_FALSE(isglue(0));
   EXPECT_DEATH(bracketname('x'), "ASSERTION FAILED:b:");
   EXPECT_DEATH(namecore("+"), "ASSERTION FAILED:b:");
 }

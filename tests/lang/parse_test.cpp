@@ -102,12 +102,6 @@ TEST(Parse, LongFlatTextsDoNotRecursePerOperator) {
   EXPECT_EQ(celltext(cellright(b)), "y");
 }
 
-TEST(Parse, OppositionsSkipGroupsButSeeTheirOpening) {
-  EXPECT_EQ(oppositions("a{b;c}d;e", ";{"), (std::vector<size_t>{1, 7}));
-  EXPECT_EQ(oppositions("(a,b),[,],c", ","), (std::vector<size_t>{5, 9}));
-  EXPECT_EQ(oppositions("", ","), std::vector<size_t>{});
-}
-
 TEST(MatchCheck, BracketMessagesAndPositions) {
   EXPECT_EQ(posname(5), "____e");
   EXPECT_EQ(posname(64), "___a_");
