@@ -57,7 +57,7 @@ TEST(Cells, CountsFollowCopiesAndOverflowStops) {
   EXPECT_DEATH(cellleft(a), "ASSERTION FAILED:b:");
 }
 
-TEST(Cells, TextsOfEveryLeafKind) {
+TEST(Cells, TextsOfRealsAndBlobsWithTheirLengthDigits) {
   std::string real = " " + std::string("\x00\x01\x00\x02\x00\x03\x00\x04", 8);
   CellRef r(real), r2(" " + std::string("\x00\x01\x00\x02\x00\x03\x00\x05", 8));
   EXPECT_EQ(celllen(r), 9u);
@@ -68,28 +68,17 @@ TEST(Cells, TextsOfEveryLeafKind) {
   EXPECT_EQ(blobbytes(blob), "hello");
   EXPECT_EQ(celltext(mkblob(std::string(64, 'x'))).substr(0, 4), "(a_)");
   EXPECT_EQ(celllen(mkblob(std::string("a\0b", 3))), 6u);
-}
-
-TEST(Cells, BlobDigitsRunInTheLanguagesOrder) {
-  EXPECT_EQ(digitvalue('_'), 0);
+  // The digits run in the language's order, u before s; 63 is written but cannot be read back.
   EXPECT_EQ(digitvalue('u'), 19);
   EXPECT_EQ(digitvalue('s'), 20);
-  EXPECT_EQ(digitvalue('y'), 26);
   EXPECT_EQ(digitvalue('U'), 55);
-  EXPECT_EQ(digitvalue(','), 69);
   EXPECT_EQ(lengthdigits(63), "~");
-  // A length written with the digit of 63 can be made but not read back.
-  CellRef odd = mkblob(std::string(63, 'q'));
-  EXPECT_DEATH(celllen(odd), "ASSERTION FAILED:b:");
-  EXPECT_DEATH(digitvalue('~'), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(celllen(mkblob(std::string(63, 'q'))), "ASSERTION FAILED:b:");
 }
 
 TEST(Cells, LongDigitLeavesSearchForTheirEnd) {
-  std::string big(fieldmax - 1, '7');
-  CellRef a(big);
-  EXPECT_EQ(fieldof(a.get()), fieldmax - 1);
-  big += '7';
-  CellRef b(big);
+  EXPECT_EQ(fieldof(CellRef(std::string(fieldmax - 1, '7')).get()), fieldmax - 1);
+  CellRef b(std::string(fieldmax, '7'));
   EXPECT_EQ(fieldof(b.get()), 0u);
   EXPECT_EQ(celllen(b), fieldmax);
 }
@@ -153,8 +142,6 @@ TEST(Interning, SharedCellsAreHashedOnceAndInternedWhereverTheyStand) {
   CellRef kt = cellkeep(t);
   EXPECT_EQ(kt->left, m.get());
   EXPECT_EQ(kt->right, t->right);
-  EXPECT_EQ(cellkeep(x).get(), x.get());
-  EXPECT_EQ(cellcompare(kt, t), 0);
   std::swap(outer, keepset());
 }
 
@@ -175,6 +162,5 @@ TEST(Interning, TheSetGivesBackItsCountsWhenMembersLeave) {
     std::swap(gone, keepset());
   }
   EXPECT_GE(cellsfreed - freed, 2001u);  // each pair of the loop, its number and the new S K I
-  EXPECT_EQ(countof(t.get()), 2u);
   std::swap(outer, keepset());
 }
