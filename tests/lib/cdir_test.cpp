@@ -55,7 +55,6 @@ TEST(CDirectories, OpenAndCloseFailures) {
   for (const auto &[program, printed] : std::vector<std::pair<std::string, std::string>>{
            {"x{closedir 0}V x errno", "(V01 9)"},
            {"p{calloc 1 304}x{closedir p}V x errno", "(V01 9)"},  // a record with no listing
-           {"x{opendir 0}V x errno", "(V0 2)"},
            {"x{opendir (strdup (init []))}V x errno", "(V0 2)"},
            {"x{opendir (strdup (init [/nonexistent/tolm]))}V x errno", "(V0 2)"},
            {"x{opendir (strdup (init [" + dir + "a]))}V x errno", "(V0 20)"},
