@@ -5,9 +5,7 @@
 #include "tests/support.h"
 
 TEST(Files, DirOfKeepsEverythingUpToTheLastSlash) {
-  EXPECT_EQ(filedirof("name"), "");
-  EXPECT_EQ(filedirof("a/b/c"), "a/b/");
-  EXPECT_EQ(filedirof("/"), "/");
+  for (auto [path, dir] : {std::pair{"name", ""}, {"a/b/c", "a/b/"}, {"/", "/"}}) EXPECT_EQ(filedirof(path), dir);
   EXPECT_EQ(dirpart("/x/y.txt"), "/x/");
 }
 
@@ -42,35 +40,19 @@ class Paths : public ::testing::Test {
   }
 };
 
-TEST_F(Paths, NormalPathExpandsWalksSegmentsAndRefusesDirectoryNames) {
-  EXPECT_EQ(normalpath("../x"), "/a/x");
-  EXPECT_EQ(normalpath("x"), "/a/b/x");
-  EXPECT_EQ(normalpath("~/notes"), "/home/u/notes");
-  EXPECT_EQ(normalpath("/p/./q/../r"), "/p/r");
-  EXPECT_EQ(normalpath("/.."), "");
-  EXPECT_EQ(normalpath("~"), "/a/b/~");
+// Each function against a few paths and what it makes of them.
+TEST_F(Paths, NamesDirectoriesAndPrettyForms) {
+  using Rows = std::initializer_list<std::pair<const char *, const char *>>;
+  for (auto [in, out] : Rows{{"../x", "/a/x"}, {"x", "/a/b/x"}, {"~/notes", "/home/u/notes"}, {"/p/./q/../r", "/p/r"},
+                             {"/..", ""}, {"~", "/a/b/~"}})
+    EXPECT_EQ(normalpath(in), out) << in;
+  for (auto [in, out] : Rows{{"/", "/"}, {"c/", "/a/b/c/"}, {"..", "/a/"}, {"/..", ""}, {"~/", "/home/u/"}})
+    EXPECT_EQ(normaldir(in), out) << in;
+  for (auto [in, out] : Rows{{"x/", "/a/b/x/"}, {"x", "/a/b/x"}, {"", "/a/b/"}}) EXPECT_EQ(normalany(in), out) << in;
+  for (auto [in, out] : Rows{{"/p/q/r.txt", "/p/q/"}, {"r.txt", "/a/b/"}, {"/p/q/", "/p/q/"}})
+    EXPECT_EQ(dirof(in), out) << in;
+  for (auto [in, out] : Rows{{"/p/q/", "/p/q"}, {"/", "/"}, {"/p/./", "/p/"}, {"/p/.", "/p"}, {"/p/..", ""}})
+    EXPECT_EQ(pretty(in), out) << in;
   EXPECT_DEATH(normalpath(""), "ASSERTION FAILED:b:");
   EXPECT_DEATH(normalpath("x/"), "ASSERTION FAILED:b:");
-}
-
-TEST_F(Paths, DirectoriesEndInSlash) {
-  EXPECT_EQ(normaldir("/"), "/");
-  EXPECT_EQ(normaldir("c/"), "/a/b/c/");
-  EXPECT_EQ(normaldir(".."), "/a/");
-  EXPECT_EQ(normaldir("/.."), "");
-  EXPECT_EQ(normaldir("~/"), "/home/u/");
-  EXPECT_EQ(normalany("x/"), "/a/b/x/");
-  EXPECT_EQ(normalany("x"), "/a/b/x");
-  EXPECT_EQ(normalany(""), "/a/b/");
-  EXPECT_EQ(dirof("/p/q/r.txt"), "/p/q/");
-  EXPECT_EQ(dirof("r.txt"), "/a/b/");
-  EXPECT_EQ(dirof("/p/q/"), "/p/q/");
-}
-
-TEST_F(Paths, PrettyDropsTheEndSlashAndDotSegments) {
-  EXPECT_EQ(pretty("/p/q/"), "/p/q");
-  EXPECT_EQ(pretty("/"), "/");
-  EXPECT_EQ(pretty("/p/./"), "/p/");
-  EXPECT_EQ(pretty("/p/."), "/p");
-  EXPECT_EQ(pretty("/p/.."), "");
 }

@@ -8,20 +8,15 @@
 #include "tests/support.h"
 
 TEST(Normalise, WhiteSpaceNextToGlueAndInsideGroupsVanishes) {
-  EXPECT_EQ(normalise("a b"), "a b");
-  EXPECT_EQ(normalise("a + b"), "a+b");
-  EXPECT_EQ(normalise("a\n\nb"), "a\nb");
-  EXPECT_EQ(normalise("f (x)"), "f (x)");
-  EXPECT_EQ(normalise("f ~x"), "f ~x");
-  EXPECT_EQ(normalise("( a ) { b }"), "(a){b}");
-  EXPECT_EQ(normalise(" \n "), "");
+  for (auto [text, normal] : {std::pair{"a b", "a b"}, {"a + b", "a+b"}, {"a\n\nb", "a\nb"}, {"f (x)", "f (x)"},
+                              {"f ~x", "f ~x"}, {"( a ) { b }", "(a){b}"}, {" \n ", ""}})
+    EXPECT_EQ(normalise(text), normal);
 }
 
 TEST(Normalise, BracketGroupsStayWholeOrVanishWithLeadingWhiteSpace) {
-  EXPECT_EQ(normalise("[a  b]"), "[a  b]");
-  EXPECT_EQ(normalise("x+[a [b\n] c] y"), "x+[a [b\n] c] y");
-  EXPECT_EQ(normalise(" [a  b]"), "");
-  EXPECT_EQ(normalise("\nf [a] (g [b]) "), "f  (g )");
+  for (auto [text, normal] : {std::pair{"[a  b]", "[a  b]"}, {"x+[a [b\n] c] y", "x+[a [b\n] c] y"},
+                              {" [a  b]", ""}, {"\nf [a] (g [b]) ", "f  (g )"}})
+    EXPECT_EQ(normalise(text), normal);
   // The neighbours of a run are bytes of the input, so a run beside a lost group stays.
   EXPECT_EQ(normalise(" f [x] y"), "f  y");
 }
