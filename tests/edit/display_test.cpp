@@ -54,7 +54,6 @@ TEST_F(Screen, TheTitleRowAndTheCursor) {
   repaint();
   show();
   EXPECT_EQ(term.row(0).substr(0, 8), "File /t ");
-  EXPECT_EQ(term.at(0, 0).fore, 3);
   EXPECT_EQ(term.at(0, 4).back, 11);  // alphabet 3: digit 9 of the colour word
   EXPECT_EQ(term.row(1).substr(0, 4), "ab, ");
   EXPECT_EQ(term.at(3, 5).back, 0);  // rows below the text: blanks on the state's background
@@ -89,17 +88,7 @@ TEST_F(Screen, ChangedBytesAndTheStateColours) {
   EXPECT_EQ(term.at(1, 0).back, 8);
 }
 
-TEST_F(Screen, AnOvertypeOfEqualLengthMarksOnlyTheBytesThatDiffer) {
-  opendoc("/o", "abcd");
-  press("\x18");
-  typetext("aXc");
-  show();
-  EXPECT_FALSE(term.at(1, 0).underline);
-  EXPECT_TRUE(term.at(1, 1).underline);
-  EXPECT_FALSE(term.at(1, 2).underline);
-}
-
-TEST_F(Screen, ASelectionAndItsLineEnds) {
+TEST_F(Screen, ASelectionItsLineEndsAndEqualColours) {
   opendoc("/s", "ab\ncd\nef");
   mark = 1;
   cur().point = 4;
@@ -109,16 +98,11 @@ TEST_F(Screen, ASelectionAndItsLineEnds) {
   EXPECT_EQ(term.at(1, 1).back, 14);  // clean inserting has its state bit set: digit 13
   EXPECT_EQ(term.at(1, 30).back, 14);  // the selected newline fills its row
   EXPECT_EQ(term.at(2, 1).back, 0);   // the point's byte is outside
-}
-
-TEST_F(Screen, EqualColoursShowItalicInTheContrastColour) {
-  opendoc("/e", "a");
   kink = (defaultkink & ~0xF000ull) | 0x3000ull;  // background of clean text := 3, as class 3
   repaint();
   show();
-  Shown a = term.at(1, 0);
-  EXPECT_TRUE(a.italic);
-  EXPECT_EQ(a.fore, 12);
+  EXPECT_TRUE(term.at(1, 0).italic);  // equal colours: italic in the contrast colour
+  EXPECT_EQ(term.at(1, 0).fore, 12);
 }
 
 TEST_F(Screen, ARepaintOfAnUnchangedScreenWritesOnlyTheCursor) {
@@ -134,11 +118,6 @@ TEST_F(Screen, ARepaintOfAnUnchangedScreenWritesOnlyTheCursor) {
   testscreen.clear();
   press("\x1bg");  // the alphabet block is the only cell that changes
   EXPECT_EQ(testscreen, "\x1b[1;1H\x1b[0m\x1b[1;5H\x1b[102m \x1b[3;1H\x1b[1;3H\x1b[3;1H");
-  testscreen.clear();
-  screenresize();  // a resize forgets both planes, so everything goes out again
-  repaint();
-  show();
-  EXPECT_EQ(term.row(1).substr(0, 4), "one,");
 }
 
 TEST_F(Screen, NumberPromptsShowTheirBlockInTheHighlightColour) {
