@@ -6,9 +6,8 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Colours : public ::testing::Test {
+class Colours : public EditorTest<30, 4> {
  protected:
-  void SetUp() override { editorreset(30, 4); }
   uint64_t readat(const std::string &text) {
     Doc &d = opendoc("/k" + std::to_string(n++), "x" + text);
     d.point = 1;

@@ -5,9 +5,8 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Dent : public ::testing::Test {
+class Dent : public EditorTest<20, 5> {
  protected:
-  void SetUp() override { editorreset(20, 5); }
   // Puts the point and the mark where a test wants them, with the point on the screen.
   void select(Doc &d, int64_t point, int64_t from) {
     d.point = point;

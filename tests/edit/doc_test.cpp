@@ -5,7 +5,7 @@
 #include <random>
 
 #include "edit/doc.h"
-#include "tests/support.h"
+#include "tests/edit/edittest.h"
 
 namespace {
 
@@ -133,10 +133,7 @@ void same(const Model &m, const Doc &d, const std::string &step) {
   for (int64_t i = -1; i <= lenof(d); i++) ASSERT_EQ(charat(d, i), i < 0 || i >= lenof(d) ? 10 : (unsigned char)m.text()[i]);
 }
 
-class Docs : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 6); }
-};
+using Docs = EditorTest<20, 6>;
 
 }  // namespace
 

@@ -9,10 +9,7 @@
 #include "edit/documents.h"
 #include "tests/edit/edittest.h"
 
-class Documents : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 5); }
-};
+using Documents = EditorTest<20, 5>;
 
 TEST_F(Documents, CloseDropsUnsavedTextAndNeverTheScratch) {
   EXPECT_TRUE(rings("\x1b" "c"));  // the scratch document alone

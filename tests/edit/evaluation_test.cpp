@@ -8,10 +8,9 @@
 #include "tests/vterm.h"
 
 namespace {
-class Evaluation : public ::testing::Test {
+class Evaluation : public EditorTest<40, 6> {
  protected:
   Vterm term{40, 6};
-  void SetUp() override { editorreset(40, 6); }
   std::string title() {
     term.feed(testscreen);
     testscreen.clear();

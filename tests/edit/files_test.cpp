@@ -12,10 +12,9 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Pickers : public ::testing::Test {
+class Pickers : public EditorTest<20, 6> {
  protected:
   std::string dir = scratchdir();
-  void SetUp() override { editorreset(20, 6); }
   std::string prompt() { return textof(promptline); }
   // Puts a whole name on the prompt, as typing and Tab would have left it.
   void ask(const std::string &text) {

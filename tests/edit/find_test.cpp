@@ -35,10 +35,7 @@ TEST(Matchstep, BitsFollowEveryPartialMatch) {
   EXPECT_NE(runchild([] { matchstep("a", 2, 'a'); }).status, 0);  // bit 0 must be set
 }
 
-class Find : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 5); }
-};
+using Find = EditorTest<20, 5>;
 
 TEST_F(Find, TypingSearchesOnAndAFailureWaitsForBackspace) {
   Doc &d = opendoc("/f", "xab abc ab");
@@ -90,9 +87,8 @@ TEST_F(Find, EveryHitOnTheScreenIsMarkedAlsoAcrossTheTop) {
   EXPECT_EQ(testlog, "OMG I had that simple!\n11" + std::string(62, '0') + " [a]\n");
 }
 
-class Swap : public ::testing::Test {
+class Swap : public EditorTest<20, 5> {
  protected:
-  void SetUp() override { editorreset(20, 5); }
   void swap(const std::string &from, const std::string &to) {
     press("\x1bx");
     typetext(from);

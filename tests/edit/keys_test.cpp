@@ -1,9 +1,8 @@
 // Key units, the terminal's spellings of keys, and the dispatcher's routing.
 #include <gtest/gtest.h>
 
-#include "edit/editor.h"
 #include "edit/term.h"
-#include "tests/support.h"
+#include "tests/edit/edittest.h"
 
 TEST(KeyUnits, EscapesCsisAndUtf8Units) {
   const std::pair<std::string, bool> units[] = {
@@ -39,9 +38,8 @@ TEST(TerminalKeys, EverythingElsePassesWholeAndUnfinishedUnitsWait) {
   EXPECT_EQ(takeunits(f1), (std::vector<std::string>{"q"}));  // a function key has no row
 }
 
-class Dispatch : public ::testing::Test {
+class Dispatch : public EditorTest<40, 8> {
  protected:
-  void SetUp() override { editorreset(40, 8); }
   void press(const std::string &k) {
     keys = k;
     keydispatch();

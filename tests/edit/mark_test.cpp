@@ -5,10 +5,7 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Mark : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 5); }
-};
+using Mark = EditorTest<20, 5>;
 
 TEST_F(Mark, MotionsGrowTheSelectionOnAMarkScreen) {
   Doc &d = opendoc("/m", "one two\nthree four\nfive");

@@ -4,10 +4,7 @@
 #include "tests/edit/edittest.h"
 #include "tests/support.h"
 
-class Motion : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(10, 4); }  // three text rows of ten bytes
-};
+using Motion = EditorTest<10, 4>;  // three text rows of ten bytes
 
 TEST_F(Motion, LineEndsAndSingleBytes) {
   Doc &d = opendoc("/m", "ab\ncd");

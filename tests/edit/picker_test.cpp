@@ -6,9 +6,9 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Picker : public ::testing::Test {
+class Picker : public EditorTest<20, 4> {
  protected:
-  void SetUp() override { editorreset(20, 4); }  // three keys to a page
+  // three keys to a page
   void open(int n) {
     for (int i = 0; i < n; i++) opendoc("/d" + std::to_string(i), "");
   }

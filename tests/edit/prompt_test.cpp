@@ -9,10 +9,7 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Prompt : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 4); }
-};
+using Prompt = EditorTest<20, 4>;
 
 TEST_F(Prompt, ScrollingTheLine) {
   opendoc("/a/long/name/of/thirty/bytes", "text");  // 28 bytes: shown from byte 14 on

@@ -8,10 +8,7 @@
 #include "tests/edit/edittest.h"
 #include "tests/support.h"
 
-class Typing : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 6); }
-};
+using Typing = EditorTest<20, 6>;
 
 TEST_F(Typing, TheThreeAlphabets) {
   Doc &d = opendoc("/a", "");

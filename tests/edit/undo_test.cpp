@@ -7,9 +7,8 @@
 #include "tests/edit/edittest.h"
 #include "tests/support.h"
 
-class Log : public ::testing::Test {
+class Log : public EditorTest<40, 8> {
  protected:
-  void SetUp() override { editorreset(40, 8); }
   // Records of the current document besides its base record.
   int records() {
     int n = 0;
