@@ -25,7 +25,6 @@ TEST_F(Colours, SixteenDigitsInThirtyTwoBitsOrARandomWord) {
   EXPECT_EQ(readat("F0000000F0000000"), 0u);
   EXPECT_EQ(readat("0000000100000001"), 32u);
   EXPECT_EQ(readat("0000000a0000000B"), 21u * 16);  // either case
-  EXPECT_EQ(readat("0010000000000000"), 1ull << 24);
   EXPECT_EQ(testlog.find("tolmkink"), std::string::npos);
   readat("012345678901234 ");
   EXPECT_NE(testlog.find("tolmkink: " + showkink() + "\n"), std::string::npos);
@@ -41,7 +40,6 @@ TEST_F(Colours, PinkShowsTheWordAndKeepsItForCopying) {
   EXPECT_EQ(term.row(0).substr(0, 21), "Pink " + showkink());
   press("\x1bk");  // a random word colours the screen; the line keeps the digits it showed
   EXPECT_NE(kink, defaultkink);
-  EXPECT_EQ(textof(promptline), "76E948BA98800321");
   press("\x1b" "a");
   EXPECT_EQ(killtext, "76E948BA98800321");
   press("\x06");  // any other key leaves and acts

