@@ -1,4 +1,5 @@
 // The editor as a whole, started as users start it: in a terminal, on files, and on bad names.
+// An install puts both programs and their manual pages where man finds them, well-formed.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -71,4 +72,21 @@ TEST(Start, TheScratchDocumentAndAWindowTooSmall) {
   EXPECT_TRUE(t.waitfor("status=1")) << t.screen();
   EXPECT_NE(fileread(dir + "pane").find("\x1b[1;1HTolm cannot recover from windows less than 7,2"),
             std::string::npos);
+}
+
+TEST(Install, BothProgramsAndTheirManualPages) {
+  std::string build = TOLM_BIN, prefix = scratchdir();
+  build = build.substr(0, build.rfind('/'));
+  Child install = runcommand("cmake --install '" + build + "' --prefix '" + prefix + "'");
+  ASSERT_EQ(install.status, 0) << install.out << install.err;
+  EXPECT_TRUE(fileisplain(prefix + "bin/tolm"));
+  EXPECT_TRUE(fileisplain(prefix + "bin/tolmrun"));
+  if (runcommand("command -v man").status != 0) GTEST_SKIP() << "no man here";
+  for (std::string page : {"tolm", "tolmrun"}) {
+    Child found = runcommand("MANPATH='" + prefix + "share/man' man -w " + page);
+    EXPECT_EQ(found.out, prefix + "share/man/man1/" + page + ".1\n") << found.err;
+    Child shown = runcommand("MANWIDTH=80 man --warnings -l '" + prefix + "share/man/man1/" + page + ".1'");
+    EXPECT_EQ(shown.err, "") << page;
+    EXPECT_NE(shown.out.find("SYNOPSIS"), std::string::npos) << page;
+  }
 }

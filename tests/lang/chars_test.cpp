@@ -1,5 +1,6 @@
 // Normalisation, groups and token starts, the byte order with its alphabets, the pattern
 // classes of one character, and the swap of NUL and newline.
+// Then which texts are names of globals and locals, and which leaves are looked up.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -89,4 +90,26 @@ TEST(CharMatch, LettersClassesAndFoldedBytes) {
 
 TEST(SwapNewline, ExchangesOnlyNulAndNewline) {
   EXPECT_EQ(swapnewline(std::string("a\nb\0c\r", 6)), std::string("a\0b\nc\r", 6));
+}
+
+TEST(Names, WordsCapitalsAndBracketedOperators) {
+  for (const char *yes : {"[+]", "[,]", "K", "foo_bar", "\x01", "\xe9"}) EXPECT_TRUE(isname(yes)) << yes;
+  for (const char *no : {"+", "[(]", "[ab]", "Foo", "KK", "x1", ""}) EXPECT_FALSE(isname(no)) << no;
+  EXPECT_TRUE(isvarname("x"));
+  EXPECT_FALSE(isvarname("xy"));
+  EXPECT_FALSE(isvarname("X"));
+  EXPECT_EQ(namecore("[+]"), "+");
+  EXPECT_EQ(namecore("plus"), "plus");
+}
+
+TEST(Names, LeafNamesAreNamesAfterTheirBracketsGo) {
+  for (const char *yes : {"+", "\\", "plus"}) EXPECT_TRUE(isleafname(yes)) << yes;
+  for (const char *no : {"12", "[+]", "(e)hello", "", "("}) EXPECT_FALSE(isleafname(no)) << no;
+}
+
+TEST(Names, GlueAndBrackets) {
+  for (char c : std::string("#%&'*+,-./:;<=>?@\\^| \n")) EXPECT_TRUE(isglue((unsigned char)c)) << c;
+  for (char c : std::string("(){}[]~!\"$`_a0")) EXPECT_FALSE(isglue((unsigned char)c)) << c;
+  EXPECT_DEATH(bracketname('x'), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(namecore("+"), "ASSERTION FAILED:b:");
 }
