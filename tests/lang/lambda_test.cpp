@@ -61,13 +61,6 @@ TEST(Lambdas, WordLocalsBecomeLetters) {
   EXPECT_EQ(testlog, "");
 }
 
-TEST(Lambdas, MoreThanTwentySixLocalsFail) {
-  std::string body = "K";
-  for (int i = 0; i < 26; i++) body = "(\\ w" + std::string(1, (char)('a' + i)) + " " + body + ")";
-  EXPECT_TRUE(wordlocals("f", sexp(body)));
-  EXPECT_FALSE(wordlocals("f", sexp("(\\ extra " + body + ")")));
-}
-
 static std::string print(const std::string &s) { return termprint(sexp(s)); }
 
 TEST(Print, PairsReadLikeSource) {

@@ -34,11 +34,8 @@ TEST(Prelude, IsDefinedFromItsText) {
 }
 
 TEST(Programs, CombinatorResults) {
-  EXPECT_EQ(run("S K K 5").printed, "5");
   EXPECT_EQ(run("K (I 3)").printed, "K3");
   EXPECT_EQ(run("id 7,id\\x\\x").printed, "7");
-  EXPECT_EQ(run("twice K 1 2,twice\\f\\x\\f(f x)").printed, "K1");
-  EXPECT_EQ(run("(a b){V 1 2}a").printed, "1");
   EXPECT_EQ(run("1,notes about this").printed, "1");  // a piece that is no definition is a comment
   EXPECT_EQ(run("2,_\\K 9").printed, "K9");            // a definition named _ is the main expression
   EXPECT_EQ(run("K,K\\2").printed, "2");               // prelude names may be replaced
