@@ -6,9 +6,8 @@
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
 
-class Picker : public EditorTest<20, 4> {
+class Picker : public EditorTest<20, 4> {  // three keys to a page
  protected:
-  // three keys to a page
   void open(int n) {
     for (int i = 0; i < n; i++) opendoc("/d" + std::to_string(i), "");
   }

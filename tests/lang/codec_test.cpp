@@ -63,8 +63,8 @@ TEST(Codecs, RealBytesWantTwoLettersExactly) {
   EXPECT_FALSE(isrealbyte(lower(lower(tree))));  // depth 4
   // Its last pair of bits as H K reads; as I K, the letter of the byte tree, it does not.
   auto last = [&](const char *l) {
-    return cellpair3(CellRef("V"), lower(byte0),
-                     cellpair3(CellRef("V"), lower(cellright(byte0)), cellpair3(CellRef("V"), CellRef(l), CellRef("K"))));
+    CellRef pair = cellpair3(CellRef("V"), CellRef(l), CellRef("K"));
+    return cellpair3(CellRef("V"), lower(byte0), cellpair3(CellRef("V"), lower(cellright(byte0)), pair));
   };
   EXPECT_TRUE(isrealbyte(last("H")));
   EXPECT_FALSE(isrealbyte(last("I")));
