@@ -1,19 +1,10 @@
-// The run-time base: the assertion line, the fatal stop, the log and the tables.
+// The run-time base: the assertion line, the fatal stop and the log.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "core/base.h"
 #include "core/file.h"
-#include "core/tables.h"
 #include "tests/support.h"
-
-TEST(Base, GroupOfPathNamesTheSourceGroup) {
-  EXPECT_EQ(groupof("/x/core/cell.cpp"), 'b');
-  EXPECT_EQ(groupof("/x/lang/parse.cpp"), 'b');
-  EXPECT_EQ(groupof("/x/lib/arith.cpp"), 'l');
-  EXPECT_EQ(groupof("/x/edit/doc.cpp"), 'v');
-  EXPECT_EQ(groupof("/work/lib/x/tests/edit/doc_test.cpp"), 'v');
-}
 
 TEST(Base, AssertionWritesGroupAndLineThenAborts) {
   int line = __LINE__ + 1;
@@ -32,45 +23,16 @@ TEST(Base, FatalStopWritesItsTextOnStandardOutputFirst) {
   EXPECT_TRUE(c.err.starts_with("ASSERTION FAILED:b:")) << c.err;
 }
 
-TEST(Base, LogAppendsToItsFileAsItStands) {
-  Child c = runchild([] {
-    logcapture = nullptr;
-    tolmlog("tolm-log-test-marker-");
-    tolmlog("42\n");
-  });
-  ASSERT_EQ(c.status, 0);
-  std::string log = fileread("/tmp/tolm.log");
-  EXPECT_NE(log.find("tolm-log-test-marker-42\n"), std::string::npos);
-}
-
-TEST(Base, EmptyLogTextCreatesTheFile) {
+TEST(Base, LogCreatesItsFileAndAppendsToItAsItStands) {
   Child c = runchild([] {
     logcapture = nullptr;
     unlink("/tmp/tolm.log");
     tolmlog("");
-    _exit(fileisplain("/tmp/tolm.log") ? 0 : 1);
+    if (!fileisplain("/tmp/tolm.log")) _exit(1);
+    tolmlog("tolm-log-test-marker-");
+    tolmlog("42\n");
   });
-  EXPECT_EQ(c.status, 0);
+  ASSERT_EQ(c.status, 0);
+  EXPECT_NE(fileread("/tmp/tolm.log").find("tolm-log-test-marker-42\n"), std::string::npos);
 }
 
-TEST(Base, StartStoresTheTime) {
-  int64_t before = (int64_t)time(nullptr);
-  tolmstart();
-  EXPECT_GE(starttime, before);
-  EXPECT_LE(starttime, (int64_t)time(nullptr));
-}
-
-TEST(Tables, ResetEmptiesDefinitionsFreshNamesAndBuiltinsButNotInterned) {
-  deftable().emplace("K", CellRef("K"));
-  freshnames().insert("f");
-  builtintable()["plus"] = builtinrow{2, nullptr};
-  CellRef kept = cellkeep(CellRef("tablesreset-survivor"));
-  size_t members = keepset().members.size();
-  tablesreset();
-  EXPECT_TRUE(deftable().empty());
-  EXPECT_EQ(deftable().count("K"), 0u);
-  EXPECT_TRUE(freshnames().empty());
-  EXPECT_TRUE(builtintable().empty());
-  EXPECT_EQ(keepset().members.size(), members);
-  EXPECT_EQ(cellkeep(CellRef("tablesreset-survivor")).get(), kept.get());
-}

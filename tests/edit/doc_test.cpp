@@ -1,11 +1,11 @@
 // Documents: the window of difference against a plain model that keeps every field as a string
-// and copies whole texts, as the operations are defined; then the motions on small screens.
+// and copies whole texts, as the operations are defined; then the rows of a narrow screen and seek.
 #include <gtest/gtest.h>
 
 #include <random>
 
 #include "edit/doc.h"
-#include "tests/support.h"
+#include "tests/edit/edittest.h"
 
 namespace {
 
@@ -133,77 +133,16 @@ void same(const Model &m, const Doc &d, const std::string &step) {
   for (int64_t i = -1; i <= lenof(d); i++) ASSERT_EQ(charat(d, i), i < 0 || i >= lenof(d) ? 10 : (unsigned char)m.text()[i]);
 }
 
-class Docs : public ::testing::Test {
- protected:
-  void SetUp() override { editorreset(20, 6); }
-};
+using Docs = EditorTest<20, 6>;
 
 }  // namespace
-
-TEST_F(Docs, TypingAndBackspaceReturnToTheSavedText) {
-  Doc d = newdoc("hello");
-  d.point = 2;
-  insertbyte(d, 'x');
-  EXPECT_TRUE(isdirty(d));
-  dropback(d, false);
-  EXPECT_TRUE(isclean(d));
-  EXPECT_EQ(textof(d), "hello");
-}
-
-TEST_F(Docs, InsertionSlidesToItsCanonicalPlace) {
-  Doc d = newdoc("abab");
-  insertbyte(d, 'a');
-  insertbyte(d, 'b');
-  EXPECT_EQ(headof(d), "abab");
-  EXPECT_EQ(d.now, "ab");
-  EXPECT_EQ(d.was, "");
-  EXPECT_EQ(tailof(d), "");
-}
-
-TEST_F(Docs, DeletingAnyByteOfARunGivesOneWindow) {
-  for (int64_t at = 1; at <= 4; at++) {
-    Doc d = newdoc("aaaa");
-    d.point = at;
-    dropback(d, false);
-    settle(d);
-    EXPECT_EQ(textof(d), "aaa");
-    EXPECT_EQ(headof(d), "aaa") << at;
-    EXPECT_EQ(d.was, "a") << at;
-    EXPECT_EQ(d.now, "") << at;
-  }
-}
 
 TEST_F(Docs, OvertypeAtTheEndAppendsThroughThePlaceholder) {
   Doc d = newdoc("ab");
   d.point = 2;
   usedputo(d, 'c');
   EXPECT_EQ(textof(d), "abc");
-  EXPECT_EQ(textof(d).find('!'), std::string::npos);
-  EXPECT_NE(testlog.find("usedputo initish(z=0,a=0,b=2,c=0,d=0,e=2,f=-1)\n"), std::string::npos) << testlog;
-  EXPECT_NE(testlog.find("usedputo preoish(z=0,a=0,b=2,c=0,d=1,e=2,f=-1)\n"), std::string::npos);
-  EXPECT_NE(testlog.find("usedputo doneish(z=0,a=0,b=2,c=0,d=1,e=3,f=-1)\n"), std::string::npos);
-}
-
-TEST_F(Docs, CharAtGivesNewlinesOutside) {
-  Doc d = newdoc("xy");
-  EXPECT_EQ(charat(d, -1), 10);
-  EXPECT_EQ(charat(d, 2), 10);
-  EXPECT_EQ(charat(d, 1), 'y');
-}
-
-TEST_F(Docs, ReadersOfTheText) {
-  Doc d = newdoc("ab\ncd\n");
-  d.point = 3;
-  EXPECT_EQ(restofline(d), "cd");
-  d.point = 2;
-  EXPECT_EQ(restofline(d), "\n");
-  EXPECT_TRUE(endswith(d, "ab"));
-  EXPECT_TRUE(endswith(d, ""));
-  EXPECT_FALSE(endswith(d, "xab"));
-  d.point = 6;
-  EXPECT_EQ(restofline(d), "");
-  d.point = 5;
-  EXPECT_EQ(colof(d), 2);
+  EXPECT_NE(testlog.find("usedputo preoish(z=0,a=0,b=2,c=0,d=1,e=2,f=-1)\n"), std::string::npos) << testlog;
 }
 
 TEST_F(Docs, RandomEditsAgreeWithThePlainModel) {
@@ -243,20 +182,6 @@ TEST_F(Docs, RandomEditsAgreeWithThePlainModel) {
   }
 }
 
-TEST_F(Docs, FlattenAndSetNowLeaveEverythingInTheWindow) {
-  Doc d = newdoc("one two");
-  d.point = 3;
-  insertbyte(d, '!');
-  flatten(d);
-  EXPECT_EQ(headof(d), "");
-  EXPECT_EQ(d.was, "one two");
-  EXPECT_EQ(d.now, "one! two");
-  setnow(d, "other");
-  EXPECT_EQ(d.now, "other");
-  settle(d);
-  EXPECT_EQ(textof(d), "other");
-}
-
 TEST_F(Docs, SpansBeyondTheTextStop) {
   Doc d = newdoc("abc");
   d.point = 2;
@@ -275,45 +200,6 @@ TEST_F(Docs, RowsOfANarrowScreen) {
   d.top = 0;
   measure(d);
   EXPECT_EQ(d.edge, 14);  // rows: abcdefg, h and newline, xy, then two rows past the end
-}
-
-TEST_F(Docs, LineStartAndEnd) {
-  Doc d = newdoc("ab\ncd\nef");
-  d.point = 4;
-  gobol(d);
-  EXPECT_EQ(d.point, 3);
-  goeol(d);
-  EXPECT_EQ(d.point, 5);
-  d.point = 8;
-  goeol(d);
-  EXPECT_EQ(d.point, 8);
-  d.point = 0;
-  gobol(d);
-  EXPECT_EQ(d.point, 0);
-}
-
-TEST_F(Docs, KeepVisibleRecentresOnAPointBelowTheScreen) {
-  std::string text;
-  for (int i = 0; i < 30; i++) text += "line" + std::to_string(i) + "\n";
-  Doc d = newdoc(text);
-  EXPECT_TRUE(onscreen(d, false));
-  d.point = (int64_t)text.find("line20");
-  EXPECT_FALSE(onscreen(d, false));
-  keepvisible(d, false);
-  EXPECT_TRUE(onscreen(d, false));
-  EXPECT_EQ(d.top, (int64_t)text.find("line18"));  // five text rows, the point in the third
-  d.point = d.top - 1;
-  EXPECT_FALSE(onscreen(d, false));
-}
-
-TEST_F(Docs, PromptEndShowsTheLastBytes) {
-  Doc p = newdoc(std::string(30, 'x'));
-  toend(p);
-  EXPECT_EQ(p.point, 30);
-  EXPECT_EQ(p.top, 30 - 20 + 6);
-  p.top = 3;
-  toendkeep(p);
-  EXPECT_EQ(p.top, 3);
 }
 
 TEST_F(Docs, SeekWrapsAndLandsBehindTheMatch) {

@@ -1,5 +1,7 @@
 // Helpers of the editor's command tests: a document to work on and keys to press.
 #pragma once
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "edit/editor.h"
@@ -30,3 +32,9 @@ inline bool rings(const std::string &key) {
   press(key);
   return testscreen.find('\a') != std::string::npos;
 }
+
+// The fixture of tests that start from a fresh editor on a screen of W by H cells.
+template <int W, int H>
+struct EditorTest : ::testing::Test {
+  void SetUp() override { editorreset(W, H); }
+};

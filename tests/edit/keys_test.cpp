@@ -1,53 +1,32 @@
 // Key units, the terminal's spellings of keys, and the dispatcher's routing.
 #include <gtest/gtest.h>
 
-#include "edit/editor.h"
 #include "edit/term.h"
-#include "tests/support.h"
+#include "tests/edit/edittest.h"
 
-TEST(KeyUnits, WholeUnitsOfEveryKind) {
-  EXPECT_TRUE(keydone(""));
-  EXPECT_TRUE(keydone("a"));
-  EXPECT_TRUE(keydone(std::string(1, '\0')));
-  EXPECT_FALSE(keydone("\x1b"));
-  EXPECT_TRUE(keydone("\x1b" "e"));
-  EXPECT_TRUE(keydone("\x1b\x1b"));
-  EXPECT_FALSE(keydone("\x1b["));
-  EXPECT_FALSE(keydone("\x1b[1;5"));
-  EXPECT_TRUE(keydone("\x1b[A"));
-  EXPECT_TRUE(keydone("\x1b[5~"));
-  EXPECT_TRUE(keydone("\x1b[1;5H"));
-  EXPECT_FALSE(keydone("\x1b[ "));  // an intermediate byte and no final byte yet
-  EXPECT_TRUE(keydone("\x1b[ q"));
-}
-
-TEST(KeyUnits, Utf8UnitsAndStrayBytes) {
-  EXPECT_TRUE(keydone("\xc3\xa9"));        // two-byte unit
-  EXPECT_FALSE(keydone("\xc3"));           // ends before its continuation
-  EXPECT_FALSE(keydone("\xe2\x82"));       // three-byte unit, one missing
-  EXPECT_TRUE(keydone("\xe2\x82\xac"));
-  EXPECT_TRUE(keydone("\xf0\x9f\x98\x80"));
-  EXPECT_TRUE(keydone("\x80"));            // a stray continuation byte is a unit
-  EXPECT_TRUE(keydone("\xf8"));            // five leading ones: a unit alone
-  EXPECT_TRUE(keydone("\xc3" "a"));        // a non-continuation byte ends the unit
-  EXPECT_EQ(keyunit("\xc3" "a", 0), 1u);
-  EXPECT_FALSE(keydone("\x1b\xc3"));       // escape and an unfinished unit
-  EXPECT_TRUE(keydone("\x1b\xc3\xa9"));
+TEST(KeyUnits, EscapesCsisAndUtf8Units) {
+  const std::pair<std::string, bool> units[] = {
+      {"", true}, {std::string(1, '\0'), true}, {"\x1b", false}, {"\x1b\x1b", true},
+      {"\x1b[", false}, {"\x1b[1;5", false}, {"\x1b[1;5H", true},
+      {"\x1b[ ", false}, {"\x1b[ q", true},  // an intermediate byte and then the final byte
+      {"\xe2\x82", false}, {"\xe2\x82\xac", true}, {"\xf0\x9f\x98\x80", true},
+      {"\x80", true}, {"\xf8", true},  // a stray continuation byte, five leading ones: units alone
+      {"\x1b\xc3", false}, {"\x1b\xc3\xa9", true},
+  };
+  for (const auto &[bytes, done] : units) EXPECT_EQ(keydone(bytes), done) << bytes.size();
+  EXPECT_EQ(keyunit("\xc3" "a", 0), 1u);  // a non-continuation byte ends the unit
   EXPECT_EQ(keyunit("\x1b\xc3\xa9x", 0), 3u);
 }
 
-TEST(TerminalKeys, NavigationSpellingsBecomeControlBytes) {
+TEST(TerminalKeys, NavigationSpellingsBecomeControlBytesAndOthersPassWhole) {
   std::string in = "\x1b[H\x1b[F\x1bOH\x1bOF\x1b[1~\x1b[4~\x1b[7~\x1b[8~\x1b[5~\x1b[6~\x1b[2~\x1b[3~";
   std::vector<std::string> want = {"\x01", "\x05", "\x01", "\x05", "\x01", "\x05",
                                    "\x01", "\x05", "\x15", "\x04", "\x18", "\x1c"};
   EXPECT_EQ(takeunits(in), want);
-  EXPECT_EQ(in, "");
   std::string mods = "\x1b[1;5H\x1b[3;2~\x1b[1;5A\x1bOB";
   EXPECT_EQ(takeunits(mods), (std::vector<std::string>{"\x01", "\x1c", "\x1b[A", "\x1b[B"}));
-}
-
-TEST(TerminalKeys, EverythingElsePassesWholeAndUnfinishedUnitsWait) {
-  std::string in = "ab\x1b" "e\xc3\xa9\x1b[15~\n\x7f\x1b";
+  // Everything else passes whole, and an unfinished unit waits.
+  in = "ab\x1b" "e\xc3\xa9\x1b[15~\n\x7f\x1b";
   EXPECT_EQ(takeunits(in),
             (std::vector<std::string>{"a", "b", "\x1b" "e", "\xc3\xa9", "\x1b[15~", "\n", "\x7f"}));
   EXPECT_EQ(in, "\x1b");  // a lone escape waits for the next read
@@ -57,44 +36,31 @@ TEST(TerminalKeys, EverythingElsePassesWholeAndUnfinishedUnitsWait) {
   EXPECT_EQ(takeunits(f1), (std::vector<std::string>{"q"}));  // a function key has no row
 }
 
-class Dispatch : public ::testing::Test {
+class Dispatch : public EditorTest<40, 8> {
  protected:
-  void SetUp() override { editorreset(40, 8); }
   void press(const std::string &k) {
     keys = k;
     keydispatch();
   }
 };
 
-TEST_F(Dispatch, EscapeThenControlGEmptiesKeysAndNothingElse) {
+TEST_F(Dispatch, ControlGRingsTheBellButNotAfterEscape) {
   press("\x1b\x07");
   EXPECT_EQ(keys, "");
   EXPECT_EQ(testlog, "");
   EXPECT_EQ(testscreen, "");
-}
-
-TEST_F(Dispatch, ControlGRingsTheBell) {
   fresh = 0;
   press("\x07");
   EXPECT_EQ(testlog, "C-g!\n");
   EXPECT_EQ(testscreen, "\a");
   EXPECT_EQ(fresh, 1);
-  EXPECT_EQ(keys, "");
 }
 
-TEST_F(Dispatch, UnboundKeysAreLoggedByteByByte) {
+TEST_F(Dispatch, UnboundKeysAndControlSequencesAreLogged) {
   press("\x1b" "1");
-  EXPECT_EQ(testlog, "WHAT THE FUCK\nline[0]=27\nline[1]=49\n");
+  EXPECT_EQ(testlog, "WHAT THE FUCK\nline[0]=27\nline[1]=49\n");  // byte by byte
   EXPECT_EQ(keys, "");
   testlog.clear();
-  press("\x03");
-  EXPECT_EQ(testlog, "WHAT THE FUCK\nline[0]=3\n");
-  testlog.clear();
-  press("\xc3\xa9");
-  EXPECT_EQ(testlog, "WHAT THE FUCK\nline[0]=195\nline[1]=169\n");
-}
-
-TEST_F(Dispatch, ControlSequences) {
   press("\x1b[");
   EXPECT_EQ(testlog, "CSI...\n");
   EXPECT_EQ(keys, "\x1b[");
@@ -111,31 +77,3 @@ TEST_F(Dispatch, ControlSequences) {
   EXPECT_EQ(keys, "");
 }
 
-TEST_F(Dispatch, KeysReachTheirRows) {
-  const std::pair<std::string, std::string> rows[] = {
-      {"\x01", "C-a!\n"}, {"\x02", "C-b!\n"}, {"\x04", "C-d!\n"}, {"\x0b", "C-k!\n"},
-      {"\x12", "C-r!\n"}, {"\x17", "C-w!\n"}, {"\x1f", "C-_!\n"}, {"\t", "Tab!\n"},
-      {"\x1b" "c", "M-c!\n"}, {"\x1b" "v", "M-v!\n"}, {"\x1b" "y", "M-y!\n"},
-      {std::string(1, '\0'), "M-space!\n"}};
-  for (const auto &[key, line] : rows) {
-    testlog.clear();
-    press(key);
-    EXPECT_TRUE(testlog.starts_with(line)) << line << " got " << testlog;
-  }
-}
-
-TEST(Modes, EntryKeepsThePrefixAndHandsBackTheRest) {
-  editorreset(40, 8);
-  keys = "\x1b" "e";
-  EXPECT_EQ(modekey("M-e", defaultpainter), "");
-  EXPECT_EQ(keys, "\x1b" "e");
-  keys = "\x1b" "eq";
-  EXPECT_EQ(modekey("M-e", defaultpainter), "q");
-  EXPECT_EQ(keys, "\x1b" "e");
-  keys = "\x1b" "e\x1b[A";
-  EXPECT_EQ(modekey("M-e", defaultpainter), "\x1b[A");
-  keys = "\tz";
-  EXPECT_EQ(modekey("Tab", defaultpainter), "z");
-  EXPECT_EQ(keys, "\t");
-  EXPECT_EQ(testlog, "M-e!\nM-e!\nM-e!\nTab!\n");
-}

@@ -1,5 +1,7 @@
-// A whole session in a terminal: two files opened, a region marked and killed in one and put into
-// the other through the document picker, the program sorted and run, both saved and compared.
+// The editor in a terminal: a file typed into, moved in, overtyped, undone and saved; a file opened
+// and saved under another name through the pickers; and a whole session in which a region is
+// marked and killed in one file and put into another through the document picker, the program
+// sorted and run, both saved and compared.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -17,6 +19,55 @@ static std::string settled(const std::string &path, const std::string &want) {
     now = fileread(path);
   }
   return now;
+}
+
+TEST(Editing, TypeMoveOvertypeUndoAndSave) {
+  std::string dir = scratchdir(), path = dir + "doc.txt";
+  writefile(path, "hello\nworld\n");
+  Tmux t(40, 8, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("hello,")) << t.screen();
+  t.type("X");
+  ASSERT_TRUE(t.waitfor("Xhello,")) << t.screen();
+  t.key("C-n");
+  t.key("C-e");
+  t.type("!");
+  ASSERT_TRUE(t.waitfor("world!,")) << t.screen();
+  t.key("C-x");
+  t.key("C-a");
+  t.type("W");
+  ASSERT_TRUE(t.waitfor("World!,")) << t.screen();
+  t.key("C-_");
+  ASSERT_TRUE(t.waitfor("world!,")) << t.screen();
+  t.key("C-w");
+  EXPECT_EQ(settled(path, "Xhello\nworld!\n"), "Xhello\nworld!\n");
+  t.key("C-x");  // records of typed bytes are undone in the mode they were typed in
+  t.key("C-_");  // the log outlives the save: the document differs from the file again
+  ASSERT_TRUE(t.waitfor("world,")) << t.screen();
+  EXPECT_EQ(fileread(path), "Xhello\nworld!\n");
+}
+
+TEST(PickersEndToEnd, OpenEditAndSaveUnderAnotherName) {
+  std::string dir = scratchdir(), original = std::string("hello\n\x01\xff world\n");
+  writefile(dir + "in.txt", original);
+  Tmux t(40, 8, "cd " + shellquote(dir) + " && " + TOLM_BIN);
+  ASSERT_TRUE(t.waitfor("Tolm Press")) << t.screen();
+  t.key("Escape");
+  t.type("o");
+  t.key("C-w");  // the working directory
+  ASSERT_TRUE(t.waitfor("in.txt")) << t.screen();
+  t.type("in.txt");
+  t.key("Enter");
+  ASSERT_TRUE(t.waitfor("File " + dir + "in.txt")) << t.screen();
+  t.type("X");
+  ASSERT_TRUE(t.waitfor("Xhello,")) << t.screen();
+  t.key("Escape");
+  t.type("w");
+  ASSERT_TRUE(t.waitfor("Save " + dir)) << t.screen();
+  t.type("out.txt");
+  t.key("Enter");
+  ASSERT_TRUE(t.waitfor("File " + dir + "out.txt")) << t.screen();
+  EXPECT_EQ(settled(dir + "out.txt", "X" + original), "X" + original);
+  EXPECT_EQ(fileread(dir + "in.txt"), original);
 }
 
 TEST(Session, MarkKillMoveSortRunAndSave) {

@@ -1,4 +1,5 @@
 // The editor as a whole, started as users start it: in a terminal, on files, and on bad names.
+// An install puts both programs and their manual pages where man finds them, well-formed.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -9,20 +10,19 @@
 static const std::string tolm = TOLM_BIN;
 
 TEST(Start, BadNamesStopBeforeTheScreenIsTouched) {
-  std::string dir = scratchdir();
+  std::string dir = scratchdir(), folder = dir.substr(0, dir.size() - 1);
   writefile(dir + "good", "x");
-  Child missing = runcommand(tolm + " " + dir + "good " + dir + "missing");
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_EQ(missing.out, "Cannot open file: " + dir + "missing\n");
-  Child up = runcommand(tolm + " /..");
-  EXPECT_EQ(up.status, 1);
-  EXPECT_EQ(up.out, "Cannot normalize file: /..\n");
-  Child folder = runcommand(tolm + " " + dir.substr(0, dir.size() - 1));
-  EXPECT_EQ(folder.status, 1);
-  EXPECT_EQ(folder.out, "Cannot open file: " + dir.substr(0, dir.size() - 1) + "\n");
-  Child slash = runcommand(tolm + " " + dir);
-  EXPECT_EQ(slash.status, 1);
-  EXPECT_EQ(slash.out, "Cannot normalize file: " + dir + "\n");
+  const std::pair<std::string, std::string> runs[] = {
+      {dir + "good " + dir + "missing", "Cannot open file: " + dir + "missing\n"},
+      {"/..", "Cannot normalize file: /..\n"},
+      {folder, "Cannot open file: " + folder + "\n"},
+      {dir, "Cannot normalize file: " + dir + "\n"},
+  };
+  for (const auto &[args, out] : runs) {
+    Child c = runcommand(tolm + " " + args);
+    EXPECT_EQ(c.status, 1) << args;
+    EXPECT_EQ(c.out, out);
+  }
 }
 
 TEST(Start, AnUnreadableFileIsRefusedLikeAMissingOne) {
@@ -37,15 +37,16 @@ TEST(Start, AnUnreadableFileIsRefusedLikeAMissingOne) {
   EXPECT_EQ(c.out, "Cannot open file: " + dir + "secret\n");
 }
 
-TEST(Start, ShowsTheFileAndLeavesTheTerminalAsItFoundIt) {
+// A name under "~" is read below HOME; on leaving, the terminal's modes are as they were.
+TEST(Start, ShowsTheFileUnderHomeAndLeavesTheTerminalAsItFoundIt) {
   std::string dir = scratchdir();
-  writefile(dir + "one.txt", "hello world\nsecond line\n");
+  writefile(dir + "notes", "at home\nsecond line\n");
   Tmux t(60, 10, "bash --norc --noprofile");
-  t.type("cd " + dir + " && PS1='$ ' && " + tolm + " one.txt one.txt");
+  t.type("cd " + dir + " && PS1='$ ' && HOME=" + dir + " " + tolm + " '~/notes' notes");
   t.key("Enter");
-  ASSERT_TRUE(t.waitfor("File " + dir + "one.txt")) << t.screen();
+  ASSERT_TRUE(t.waitfor("File " + dir + "notes")) << t.screen();
   std::string s = t.screen();
-  EXPECT_NE(s.find("hello_world,"), std::string::npos) << s;
+  EXPECT_NE(s.find("at_home,"), std::string::npos) << s;
   EXPECT_NE(s.find("second_line,"), std::string::npos) << s;
   t.key("C-c");
   t.type("stty -a > stty.out; echo status=$?");
@@ -73,13 +74,19 @@ TEST(Start, TheScratchDocumentAndAWindowTooSmall) {
             std::string::npos);
 }
 
-TEST(Start, AHomeNameMeansTheHomeVariable) {
-  std::string dir = scratchdir();
-  writefile(dir + "notes", "at home");
-  Tmux t(60, 6, "bash --norc --noprofile");
-  t.type("HOME=" + dir + " " + tolm + " '~/notes'");
-  t.key("Enter");
-  EXPECT_TRUE(t.waitfor("File " + dir + "notes")) << t.screen();
-  EXPECT_TRUE(t.waitfor("at_home")) << t.screen();
-  t.key("C-c");
+TEST(Install, BothProgramsAndTheirManualPages) {
+  std::string build = TOLM_BIN, prefix = scratchdir();
+  build = build.substr(0, build.rfind('/'));
+  Child install = runcommand("cmake --install '" + build + "' --prefix '" + prefix + "'");
+  ASSERT_EQ(install.status, 0) << install.out << install.err;
+  EXPECT_TRUE(fileisplain(prefix + "bin/tolm"));
+  EXPECT_TRUE(fileisplain(prefix + "bin/tolmrun"));
+  if (runcommand("command -v man").status != 0) GTEST_SKIP() << "no man here";
+  for (std::string page : {"tolm", "tolmrun"}) {
+    Child found = runcommand("MANPATH='" + prefix + "share/man' man -w " + page);
+    EXPECT_EQ(found.out, prefix + "share/man/man1/" + page + ".1\n") << found.err;
+    Child shown = runcommand("MANWIDTH=80 man --warnings -l '" + prefix + "share/man/man1/" + page + ".1'");
+    EXPECT_EQ(shown.err, "") << page;
+    EXPECT_NE(shown.out.find("SYNOPSIS"), std::string::npos) << page;
+  }
 }

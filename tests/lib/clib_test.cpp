@@ -22,20 +22,12 @@ std::string addressof(const void *p) { return std::to_string((uintptr_t)p); }
 
 TEST(CLibrary, StringsOnTextsAndPosts) {
   check({
-      {"strlen [abc]", "5"},                                // a text goes with its brackets
-      {"strlen (init [abc])", "3"},                         // a post with its bytes only
       {"strspn [aab] [[a]]", "3"},                          // the set holds the brackets too
       {"strlen (strtok (strdup [one]) [])", "3"},           // the brackets are the delimiters
-      {"s{strdup (init [abab])}strlen (strrchr s 98)", "1"},
       {"strcmp [a] [z]", "01"},                             // exactly one step, not the distance
-      {"strcmp [a] [ab]", "01"},                            // "]" against "b"
       {"strcmp [\xc3] [a]", "1"},                           // bytes compare unsigned
       {"strcmp (init [a]) [a]", "1"},                       // "a" against "[a]"
-      {"strcmp (init [ab]) (init [ab])", "0"},
-      {"strcasecmp (init [ABC]) (init [abc])", "0"},
-      {"strncmp [abc] [abd] 3", "0"},
       {"p{calloc 1 16}q{strcpy p (init [ab])}r{strcat p [cd]}V (p-q) (V (r-p) (strlen p))", "(V0 (V0 6))"},
-      {"strncpy (malloc 8) (init [ab]) 3", "Z"},            // addresses only
       {"d{calloc 1 8}x{strncpy d (strdup (init [ab])) 3}strlen d", "2"},
   });
 }
@@ -43,35 +35,25 @@ TEST(CLibrary, StringsOnTextsAndPosts) {
 TEST(CLibrary, ConversionsClassesAndMaths) {
   check({
       {"isascii 01", "K"},  // a negative value counts as ascii
-      {"isascii 128", "H"},
       {"V (isalpha 97) (isdigit 97)", "VKH"},
-      {"V (toascii 200) (toupper 97)", "(V72 65)"},
-      {"isalpha [a]", "Z"},
       {"atoi (init [-12])", "012"},
-      {"atoi [12]", "0"},
+      {"atoi [12]", "0"},  // the bracket stops the digits
       {"strtod (init [2.5]) 0", "real[2.500000e+00]"},  // no end pointer
-      {"abs 4294967296", "4294967296"},                  // the whole word, not an int
-      {"labs 07", "7"},
       {"abs 09223372036854775808", "09223372036854775808"},  // the most negative word stays
       {"sqrt 4", "Z"},                                   // reals only
       {"sqrt (real 4)", "real[2.000000e+00]"},
-      {"pow (real 2) 10", "Z"},
-      {"ldexp (real 3) 2", "real[1.200000e+01]"},
       {"p{malloc 4}x{frexp (real 8) p}V x (gets p)", "(V real[5.000000e-01] 4)"},
   });
 }
 
 TEST(CLibrary, MemoryRoundTrips) {
   check({
-      {"p{malloc 8}x{setu p 4000000000}V (getu p) (gets p)", "(V4000000000 0294967296)"},
       {"p{calloc 1 8}x{copy (init [hi]) p}q{strdup p}y{free p}strcmp q (init [hi])", "0"},
       {"p{malloc 8}x{setw p 7}y{bzero p 0}getw p", "7"},  // zero writes nothing
       {"p{malloc 8}x{setw p 7}y{bzero p 8}getw p", "0"},
       {"p{malloc 8}bzero p 01", "Z"},
       {"a{strdup (init [abcd])}b{calloc 1 8}c{memcpy b a 4}V (memcmp a b 4) (strlen b)", "(V0 4)"},
-      {"a{strdup (init [abc])}b{memset a 120 2}strcmp a (init [xxc])", "0"},
       {"a{strdup (init [abc])}(memchr a 99 3) - a", "2"},
-      {"p{strdup (init [ab])}q{realloc p 64}strlen q", "2"},
   });
 }
 
@@ -86,13 +68,11 @@ TEST(CLibrary, RowsThatReadMoreThanTheyDeclare) {
   ranhere("0");  // the tables in place for the direct calls
   auto call = [](const std::string &app) { return celltext(builtins().at(app.substr(0, app.find(' '))).run(sexp(app))); };
   EXPECT_EQ(call("strtol " + addressof("-15") + " 0 10"), "015");
-  EXPECT_EQ(call("strtoul " + addressof("-1") + " 0 10"), "18446744073709551615");
   EXPECT_EQ(call("strtoul " + addressof("99999999999999999999") + " 0 10"), "9223372036854775807");  // strtol's limit
   fd_set set;
   FD_ZERO(&set);
   EXPECT_EQ(call("fd_set 5 " + addressof(&set)), "I");
-  EXPECT_TRUE(FD_ISSET(5, &set));
-  EXPECT_FALSE(FD_ISSET(4, &set));
+  EXPECT_TRUE(FD_ISSET(5, &set) && !FD_ISSET(4, &set));
 }
 
 TEST(CLibrary, Process) {
@@ -101,7 +81,6 @@ TEST(CLibrary, Process) {
   std::string first = std::to_string(rand());
   check({
       {"strlen (getenv [TOLMTEST])", "5"},
-      {"getenv (init [TOLMNOTSET])", "0"},
       {"system (init [exit 3])", "768"},
       {"x{srand 7}rand", first},
       {"x{remove (init [/nonexistent/tolm])}V x errno", "(V01 2)"},

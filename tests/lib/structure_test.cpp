@@ -27,87 +27,63 @@ void expect(std::initializer_list<std::pair<const char *, const char *>> cases) 
 
 TEST(Structure, TypesAndTheMachinesView) {
   expect({{"type(init[a])", "[post]"}, {"type(real 1)", "[real]"}, {"type 5", "[hint]"}, {"type 002", "[numb]"},
-          {"type [a]", "[zits]"}, {"type K", "[void]"}, {"type(J H K)", "[numb]"}, {"type(type 1)", "[zits]"},
-          {"raws (type 1) (type 5)", "K"}, {"raws (K (I K)) (K (I K))", "H"},
-          {"raws (tern (K (I K))) (tern (K (I K)))", "K"}, {"x{init[a]}(leak x)=(leak x)", "K"},
-          {"lisp (K 1)", "[K1]"}, {"lisp (real 1)", "[real[1.000000e+00]]"}, {"lisp (init[a[p]b])", "[init[a[p]b]]"}});
+          {"type K", "[void]"}, {"type(J H K)", "[numb]"}, {"type(type 1)", "[zits]"},
+          {"raws (type 1) (type 5)", "K"}, {"raws (K (I K)) (K (I K))", "H"}, {"x{init[a]}(leak x)=(leak x)", "K"},
+          {"lisp (K 1)", "[K1]"}, {"lisp (real 1)", "[real[1.000000e+00]]"}});
 }
 
 TEST(Structure, TextsAndTreesComeApart) {
-  expect({{"left [abc]", "[ab]"}, {"rows([]-(rght[abc]))", "[c]"}, {"left ([ab]-[cd])", "[ab]"},
-          {"rght ([ab]-[cd])", "[cd]"}, {"rows (left ([abc] V))", "[ab]"}, {"rows (rght ([a[bc]] V))", "[bc]"},
-          {"left ([] V)", "Z"}, {"left 5", "Z"}, {"leaf []", "K"}, {"leaf [a]", "H"}, {"leaf 5", "Z"},
-          {"leaf ([] V)", "K"}, {"leaf ([a] V)", "H"}});
+  expect({{"left [abc]", "[ab]"}, {"rows([]-(rght[abc]))", "[c]"}, {"rght ([ab]-[cd])", "[cd]"},
+          {"rows (rght ([a[bc]] V))", "[bc]"}, {"left ([] V)", "Z"}, {"left 5", "Z"}, {"leaf []", "K"},
+          {"leaf [a]", "H"}, {"leaf 5", "Z"}, {"leaf ([a] V)", "H"}});
   Child c = runchild([] { run("left []"); });  // test with leaf first
   EXPECT_EQ(c.status, 128 + SIGABRT);
   EXPECT_NE(c.err.find("ASSERTION FAILED:l:"), std::string::npos);
 }
 
 TEST(Structure, RankAndLook) {
-  expect({{"rank (init[abc])", "3"}, {"rank (real 1)", "8"}, {"rank (0-12345)", "5"}, {"rank 002", "1"},
-          {"rank [a[p]b]", "5"}, {"rank []", "0"}, {"rank K", "Z"}});
+  expect({{"rank (real 1)", "8"}, {"rank (0-12345)", "5"}, {"rank [a[p]b]", "5"}, {"rank K", "Z"}});
   expect({{"look 0 (init 200)", "056"}, {"look (0-1) (init[ab])", "98"}, {"look (0-3) (init[ab])", "Z"},
-          {"look 2 (init[ab])", "Z"}, {"look 0 (init[])", "Z"}, {"look 52 (real 1)", "K"}, {"look 63 (real 1)", "H"},
-          {"look 64 (real 1)", "H"}, {"look 65 (real 1)", "Z"}, {"look (0-65) (real 1)", "Z"},
-          {"look 0 5", "K"}, {"look 3 5", "H"}, {"look 9 5", "H"}, {"look (0-5) 5", "K"}, {"look (0-6) 5", "Z"},
-          {"look 1 [a[bc]d]", "[bc]"}, {"rows([]-(look 0 [a[bc]d]))", "[a]"}, {"look 3 [a[bc]d]", "Z"},
-          {"look (0-1) ([ab]-[cd])", "[cd]"}, {"rows([]-(look 1 ([ab]-[cd])))", "[b]"},
-          {"look (0-4) ([ab]-[cd])", "Z"}, {"look 002 [a]", "Z"}, {"look 0 K", "Z"},
+          {"look 0 (init[])", "Z"}, {"look 64 (real 1)", "H"}, {"look 65 (real 1)", "Z"}, {"look 3 5", "H"},
+          {"look (0-6) 5", "Z"}, {"look 1 [a[bc]d]", "[bc]"}, {"rows([]-(look 1 ([ab]-[cd])))", "[b]"},
           {"look 0 ([[[bc]]]-(0-3))", "Z"}});  // a cut that leaves a group open to the end
 }
 
 TEST(Structure, LordAndLotsGoBetweenLeavesAndChains) {
-  expect({{"lord (real[0.5])", "002"}, {"lord ((real 0)-(real[inf]))", "00"}, {"lord (real[-0.0])", "00"},
-          {"lord (real 0)", "000"}, {"lord [a]", "97"}, {"lord [[p]]", "10"}, {"lord [[q]]", "91"},
-          {"lord [[r]]", "93"}, {"lord [p]", "112"}, {"lord [ab]", "Z"}, {"lord (rows 0)", "0"},
-          {"lord (init 200)", "056"}, {"lord (init[ab])", "Z"}, {"lord (J K I)", "K"}, {"lord S", "Z"}});
-  expect({{"lord (lots 123456789012345678901234567890)", "123456789012345678901234567890"},
-          {"lord (lots (0-7))", "07"}, {"lord (lots 003)", "003"}, {"lots 5", "(JK (JK (JK JHK)))"},
-          {"lots (real 0)", "K"}, {"lots (init 0)", "(JH (JH (JH (JH (JH (JH (JH JHK)))))))"},
-          {"lots []", "K"}, {"lots K", "K"}, {"lots S", "Z"}, {"rows (V (X J) (lots [a[bc]]))", "[a[bc]]"}});
+  expect({{"lord (real[0.5])", "002"}, {"lord ((real 0)-(real[inf]))", "00"}, {"lord (real 0)", "000"},
+          {"lord [[p]]", "10"}, {"lord [p]", "112"}, {"lord [ab]", "Z"}, {"lord (init 200)", "056"}, {"lord S", "Z"}});
+  expect({{"lord (lots (0-7))", "07"}, {"lord (lots 003)", "003"}, {"lots 5", "(JK (JK (JK JHK)))"},
+          {"lots (init 0)", "(JH (JH (JH (JH (JH (JH (JH JHK)))))))"}, {"lots S", "Z"},
+          {"rows (V (X J) (lots [a[bc]]))", "[a[bc]]"}});
   // A real's chain runs from bit 0 to its highest set bit, 61 for 1.0, and K ends it.
-  expect({{"look 51 (lots (real 1))", "H"}, {"look 61 (lots (real 1))", "K"}, {"look 62 (lots (real 1))", "K"},
-          {"look 63 (lots (real 1))", "H"}});
+  expect({{"look 51 (lots (real 1))", "H"}, {"look 61 (lots (real 1))", "K"}, {"look 63 (lots (real 1))", "H"}});
 }
 
 TEST(Structure, InitRowsAndRealCast) {
-  expect({{"init (init[ab])", "init[ab]"}, {"rank (init (real 1))", "8"}, {"init 300", "init[,]"},
-          {"init 002", "Z"}, {"init [a[p]b[q][r]]", "init[a[p]b[q][r]]"}, {"init [a[x]]", "Z"},
-          {"init [a[pq]]", "Z"}, {"init ([ab]-[cd])", "Z"}, {"init K", "init[]"}, {"init S", "Z"},
-          {"init (init[a] K J)", "init[a]"}, {"init (J (init[a] K J) (init[b] K J))", "init[ab]"},
-          {"init (J K (init[b] K J))", "init[b]"}});
+  expect({{"init 300", "init[,]"}, {"init 002", "Z"}, {"init [a[p]b[q][r]]", "init[a[p]b[q][r]]"},
+          {"init [a[x]]", "Z"}, {"init K", "init[]"}, {"init (J (init[a] K J) (init[b] K J))", "init[ab]"}});
   expect({{"init (rows (init[a[p]b[q][r]c]))", "init[a[p]b[q][r]c]"}, {"rows (real[1.5])", "[1.500000e+00]"},
-          {"rows 97", "[a]"}, {"rows 353", "[a]"}, {"rows 10", "[[p]]"}, {"rows 91", "[[q]]"}, {"rows 93", "[[r]]"},
-          {"rows 0", "[\n]"}, {"rows 002", "Z"}, {"rows ([ab]-[cd])", "[ab[cd]]"}, {"rows ([a[bc]] V)", "[a[bc]]"},
-          {"rows S", "Z"}});
-  expect({{"real (init[2.5])", "real[2.500000e+00]"}, {"real (0-12)", "real[-1.200000e+01]"},
-          {"real (10^30)", "real[1.000000e+30]"}, {"real 003", "real[1.500000e+00]"}, {"real [2.5e3]", "real[2.500000e+03]"},
-          {"real (J K K)", "real[0.000000e+00]"}, {"real S", "Z"}});
+          {"rows 353", "[a]"}, {"rows 0", "[\n]"}, {"rows 002", "Z"}, {"rows ([ab]-[cd])", "[ab[cd]]"}});
+  expect({{"real (init[2.5])", "real[2.500000e+00]"}, {"real 003", "real[1.500000e+00]"}, {"real S", "Z"}});
   for (const char *x : {"real[-2.5e-310]", "real[1e308]", "real[-0.0]", "(real 1)/(real 0)", "real[0.1]"})
     EXPECT_EQ(run("(real((" + std::string(x) + ") V))=(" + x + ")"), "K") << x;  // the tree view read back
 }
 
 TEST(Structure, IntoStopsShortOfTheLastElement) {
-  expect({{"into 1 2 (init[abcd])", "init[bc]"}, {"into 2 2 (init[abcd])", "Z"}, {"into (0-3) 2 (init[abcd])", "init[bc]"},
-          {"into (0-5) 1 (init[abcd])", "Z"}, {"into 0 (0-1) (init[abcd])", "Z"}, {"into 002 1 (init[ab])", "Z"},
-          {"into 0 3 [abc]", "Z"}, {"into 0 2 [abc]", "[ab]"}, {"into 1 2 [a[bc]de]", "[[bc]d]"},
-          {"into 0 1 ([ab]-[cd])", "[a]"}, {"into 0 1 K", "Z"}, {"into 0 4 5", "5"}, {"into 0 5 5", "Z"},
+  expect({{"into 2 2 (init[abcd])", "Z"}, {"into (0-3) 2 (init[abcd])", "init[bc]"}, {"into 0 (0-1) (init[abcd])", "Z"},
+          {"into 0 3 [abc]", "Z"}, {"into 0 2 [abc]", "[ab]"}, {"into 1 2 [a[bc]de]", "[[bc]d]"}, {"into 0 5 5", "Z"},
           {"into 2 2 5", "01"}});
   // Bits of a real: any length but 0 gives everything above the offset.
-  expect({{"into 52 1 (real 1)", "1023"}, {"into 52 11 (real 1)", "1023"}, {"into (0-12) 1 (real 1)", "1023"},
-          {"into 0 0 (real 1)", "0"}, {"into 60 3 (real 1)", "3"}, {"into 60 4 (real 1)", "Z"}});
+  expect({{"into (0-12) 1 (real 1)", "1023"}, {"into 0 0 (real 1)", "0"}, {"into 60 4 (real 1)", "Z"}});
 }
 
 TEST(Structure, CorkChangesOneElement) {
-  expect({{"cork 0 [x] (init[abc])", "init[xbc]"}, {"cork 3 [x] (init[abc])", "Z"}, {"cork 0 [] (init[abc])", "Z"},
-          {"cork 0 5 (init[abc])", "Z"}, {"cork 0 [[x]] (init[abc])", "Z"}, {"cork 63 K (real 1)", "real[-1.000000e+00]"},
-          {"cork (0-1) K (real 1)", "real[-1.000000e+00]"}, {"cork 64 K (real 1)", "Z"}, {"cork 0 [x] (real 1)", "Z"},
-          {"cork 1 H 5", "05"}, {"cork 8 K 5", "69"}, {"cork 1 H 00", "Z"}, {"cork (0-6) K 5", "Z"},
-          {"cork 1 (look 0 [x]) [abc]", "[axc]"}, {"cork 1 [x] [abc]", "[a[x]c]"},
-          {"rows (cork 0 (look 0 [z]) ([ab]-[cd]))", "[zb[cd]]"}, {"cork 2 [z] ([ab]-[cd])", "[ab][z]"},
-          {"cork 3 [z] ([ab]-[cd])", "Z"}, {"cork 0 S [a]", "Z"}, {"cork 0 K S", "Z"}});
+  expect({{"cork 3 [x] (init[abc])", "Z"}, {"cork 0 [[x]] (init[abc])", "Z"},
+          {"cork (0-1) K (real 1)", "real[-1.000000e+00]"}, {"cork 64 K (real 1)", "Z"}, {"cork 8 K 5", "69"},
+          {"cork 1 H 00", "Z"}, {"cork 1 [x] [abc]", "[a[x]c]"}, {"rows (cork 0 (look 0 [z]) ([ab]-[cd]))", "[zb[cd]]"},
+          {"cork 2 [z] ([ab]-[cd])", "[ab][z]"}, {"cork 0 K S", "Z"}});
   // A post used twice keeps its old byte where it is used again.
-  expect({{"p{init[abc]}(cork 0 [x] p)+p", "init[xbcabc]"}, {"p{init[abc]}(cork (0-1) [[p]] p)+p", "init[ab[p]abc]"}});
+  expect({{"p{init[abc]}(cork 0 [x] p)+p", "init[xbcabc]"}});
 }
 
 TEST(Structure, CorkWritesInPlaceOnlyForItsOwnPost) {
@@ -138,21 +114,15 @@ TEST(Structure, MemoryWordsReadAndWriteRawBytes) {
   EXPECT_EQ(run("(setx " + a + " 200);(gety " + a + ")"), "056");
   EXPECT_EQ(run("getx " + a), "200");
   EXPECT_EQ(run("(sett " + a + " 65534);(getv " + a + ")"), "02");
-  EXPECT_EQ(run("gett " + a), "65534");
   EXPECT_EQ(run("(setu " + a + " 4294967295);(gets " + a + ")"), "01");
-  EXPECT_EQ(run("getu " + a), "4294967295");
   EXPECT_EQ(buf[4], 255);  // the 32-bit write left the bytes above it
   EXPECT_EQ(run("setx " + a + " [a]"), "Z");
-  EXPECT_EQ(run("setx 002 1"), "Z");
   EXPECT_EQ(run("copy (init[ab]) " + a), "I");
   EXPECT_EQ(std::string((char *)buf, 3), std::string("ab\xff", 3));
   run("copy [a[p]] " + a);
   EXPECT_EQ(std::string((char *)buf, 4), "a[p]");
-  run("copy (0-98765) " + a);
-  EXPECT_EQ(std::string((char *)buf, 5), "98765");
   run("copy (real 1) " + a);
   double one = 1;
   EXPECT_EQ(memcmp(buf, &one, 8), 0);
   EXPECT_EQ(run("copy S " + a), "Z");
-  EXPECT_EQ(run("copy [a] S"), "Z");
 }
