@@ -46,8 +46,12 @@ TEST(Cells, CountsFollowCopiesAndOverflowStops) {
     EXPECT_EQ(countof(a.get()), 2u);
   }
   EXPECT_EQ(countof(a.get()), 1u);
-  a->word |= countmask;  // the count at its largest: one more copy stops
-  EXPECT_DEATH(cellinc(a.get()), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(
+      {
+        a->word |= countmask;  // the count at its largest: one more copy stops
+        cellinc(a.get());
+      },
+      "ASSERTION FAILED:b:");
   EXPECT_DEATH(CellRef((const char *)nullptr), "ASSERTION FAILED:b:");
   EXPECT_DEATH(cellleft(a), "ASSERTION FAILED:b:");
 }
