@@ -1,4 +1,5 @@
-// Saving a document to its file, the body of C-w.
+// Saving a document to its file: the body of C-w, and the writer that saving under a new name
+// shares, which leaves a file that cannot be opened for writing as it was.
 #pragma once
 #include <string>
 
