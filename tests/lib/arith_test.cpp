@@ -49,7 +49,7 @@ TEST_F(Operators, DashCutsRopesAndSubtracts) {
   expect({{"[abc]-1", "[bc]"}, {"[abc]-(0-1)", "[ab]"}, {"[abc]-3", "[]"}, {"[abc]-4", "Z"},
           {"init[abc]-(0-2)", "init[a]"}, {"[a[p]]-2", "[p]]"},  // a cut may fall inside a group
           {"[ab]-[cd]", "[ab][cd]"}, {"rank([ab]-[cd])", "6"}, {"init[a]-init[a]", "Z"}, {"1-[a]", "Z"},
-          {"5-7", "02"}, {"003-002", "001"}, {"(real 1)-002", "real[5.000000e-01]"}});
+          {"5-7", "02"}, {"7-7", "0"}, {"003-002", "001"}, {"(real 1)-002", "real[5.000000e-01]"}});
 }
 
 TEST_F(Operators, MultRepeatsByTheNumberOnTheRight) {
