@@ -6,6 +6,7 @@
 #include "core/number.h"
 #include "lang/program.h"
 #include "tests/core/slowref.h"
+#include "tests/lib/libtest.h"
 #include "tests/support.h"
 
 namespace {
@@ -17,88 +18,77 @@ class Operators : public ::testing::Test {
   std::string trace;
 };
 
-std::string run(const std::string &text) {
-  std::string printed;
-  runprogram(0, text, printed);
-  return printed;
-}
-
-// Each program against what it prints.
-void expect(std::initializer_list<std::pair<const char *, const char *>> cases) {
-  for (const auto &[program, printed] : cases) EXPECT_EQ(run(program), printed) << program;
-}
-
 }  // namespace
 
 TEST_F(Operators, PlusJoinsAsSoonAsBytesTakePart) {
-  expect({{"init[ab]+init[cd]", "init[abcd]"}, {"([ab]-[cd])+[e]", "[ab[cd]e]"},
+  expectprinted({{"init[ab]+init[cd]", "init[abcd]"}, {"([ab]-[cd])+[e]", "[ab[cd]e]"},
           {"(real[1.5])+init[x]", "init[1.500000e+00x]"}, {"002+init[x]", "init[2x]"}, {"init[x]+(0-12)", "init[x12]"},
           {"init[x]+[y]", "Z"}, {"[y]+init[x]", "Z"}, {"[x]+002", "[x2]"}, {"(0-5)+[a]", "[5a]"}});
 }
 
 TEST_F(Operators, PlusOnNumbersWidensToTheExactOrTheReal) {
-  expect({{"(real[1.5])+(real 2)", "real[3.500000e+00]"}, {"003+003", "005"}, {"1+(real[0.5])", "real[1.500000e+00]"},
+  expectprinted({{"(real[1.5])+(real 2)", "real[3.500000e+00]"}, {"003+003", "005"}, {"1+(real[0.5])", "real[1.500000e+00]"},
           {"002+(real 1)", "real[1.500000e+00]"}, {"1+002", "003"}, {"2+002", "006"}, {"(lots 5)+(lots 7)", "12"},
           {"K+1", "Z"}});
   // Exact sums of different signs take the exclusive or of the places: -1 + 1/2 is -3/2.
-  expect({{"(0-1)+002", "0001"}});
+  expectprinted({{"(0-1)+002", "0001"}});
   EXPECT_EQ(trace, "jjaa11\njjaa11\njjaa11\njjaa01\n");  // one line for each exact sum
 }
 
 TEST_F(Operators, DashCutsRopesAndSubtracts) {
-  expect({{"[abc]-1", "[bc]"}, {"[abc]-(0-1)", "[ab]"}, {"[abc]-3", "[]"}, {"[abc]-4", "Z"},
+  expectprinted({{"[abc]-1", "[bc]"}, {"[abc]-(0-1)", "[ab]"}, {"[abc]-3", "[]"}, {"[abc]-4", "Z"},
           {"init[abc]-(0-2)", "init[a]"}, {"[a[p]]-2", "[p]]"},  // a cut may fall inside a group
           {"[ab]-[cd]", "[ab][cd]"}, {"rank([ab]-[cd])", "6"}, {"init[a]-init[a]", "Z"}, {"1-[a]", "Z"},
           {"5-7", "02"}, {"7-7", "0"}, {"003-002", "001"}, {"(real 1)-002", "real[5.000000e-01]"}});
 }
 
 TEST_F(Operators, MultRepeatsByTheNumberOnTheRight) {
-  expect({{"[ab]*3", "[ababab]"}, {"init[ab]*5", "init[ababababab]"}, {"[ab]*(0-1)", "Z"}, {"3*[x]", "Z"},
+  expectprinted({{"[ab]*3", "[ababab]"}, {"init[ab]*5", "init[ababababab]"}, {"[ab]*(0-1)", "Z"}, {"3*[x]", "Z"},
           {"003*003", "0012"}, {"(real 2)*003", "real[3.000000e+00]"}, {"(0-3)*4", "012"}});
   // A count of 0 searches for its highest bit for ever.
   Child c = runchild([] {
     alarm(1);
-    run("[x]*0");
+    ranhere("[x]*0");
   });
   EXPECT_EQ(c.status, 128 + SIGALRM);
 }
 
 TEST_F(Operators, OverAndCentRoundDown) {
-  expect({{"7/(0-2)", "04"}, {"7/0", "Z"}, {"1/(real 2)", "real[5.000000e-01]"}, {"003/003", "Z"},
+  expectprinted({{"7/(0-2)", "04"}, {"7/0", "Z"}, {"1/(real 2)", "real[5.000000e-01]"}, {"003/003", "Z"},
           {"1/002", "real[2.000000e+00]"}, {"(real 1)/(real 0)", "real[inf]"}, {"[a]/1", "Z"},
           {"7%2", "1"}, {"(0-7)%2", "1"}, {"7%(0-2)", "01"}, {"(0-7)%(0-2)", "01"}, {"7%0", "Z"},
           {"(real 7)%2", "real[1.000000e+00]"}, {"0013%002", "008"}});
 }
 
 TEST_F(Operators, PowaKeepsTheExactPowersOwnOrder) {
-  expect({{"2^100", "1267650600228229401496703205376"}, {"(0-2)^3", "08"}, {"2^(real[0.5])", "real[1.414214e+00]"},
+  expectprinted({{"2^100", "1267650600228229401496703205376"}, {"(0-2)^3", "08"}, {"2^(real[0.5])", "real[1.414214e+00]"},
           {"2^003", "real[2.828427e+00]"}, {"003^003", "Z"}, {"[a]^1", "Z"}});
   // Two is raised by placing one bit, in either direction.
-  expect({{"004^3=lord(real 8)", "K"}, {"004^(0-2)=lord(real[0.25])", "K"}, {"004^(J K I)", "Z"},
+  expectprinted({{"004^3=lord(real 8)", "K"}, {"004^(0-2)=lord(real[0.25])", "K"}, {"004^(J K I)", "Z"},
           {"004^(2^61)", "Z"}});
   // Other bases square, multiply once more for an odd exponent, and halve: 5 gives the sixth power.
-  expect({{"003^3=lord(real[3.375])", "K"}, {"003^5=lord(real[11.390625])", "K"}, {"003^0", "00"},
+  expectprinted({{"003^3=lord(real[3.375])", "K"}, {"003^5=lord(real[11.390625])", "K"}, {"003^0", "00"},
           {"003^(0-1)", "Z"}});
 }
 
 TEST_F(Operators, ComparisonsGoByClassLetterFirst) {
-  expect({{"1<002", "K"}, {"5<002", "K"}, {"(real 1)<1", "K"}, {"init[z]<(real 0)", "K"}, {"[a]<1", "H"},
+  expectprinted({{"1<002", "K"}, {"5<002", "K"}, {"(real 1)<1", "K"}, {"init[z]<(real 0)", "K"}, {"[a]<1", "H"},
           {"1>K", "Z"}, {"init[b]<init[ab]", "H"}, {"[b]<[ab]", "H"}, {"(0-5)<(0-7)", "H"}, {"002<003", "K"},
           {"5>5", "K"}, {"(real[nan])<(real 1)", "H"}, {"(real[nan])>(real 1)", "H"}});
 }
 
 TEST_F(Operators, SameAndDiffStartFromTheCell) {
-  expect({{"x{K K}x=x", "K"}, {"x{K K}x#x", "H"}, {"(K (I K))=(K (I K))", "Z"}, {"x{real[nan]}x=x", "K"},
+  expectprinted({{"x{K K}x=x", "K"}, {"x{K K}x#x", "H"}, {"(K (I K))=(K (I K))", "Z"}, {"x{real[nan]}x=x", "K"},
           {"(real[nan])=(real[nan])", "H"}, {"1=(real 1)", "H"}, {"1=(J K (J K K))", "K"}, {"002=003", "H"},
           {"init[a]=init[a]", "K"}, {"([ab]-[cd])=[ab[cd]]", "K"}});
-  expect({{"cmpr 1 2", "01"}, {"cmpr [a] [a]", "0"}, {"cmpr 2 10", "1"}, {"cmpr (K K) K", "1"}});
+  expectprinted({{"cmpr 1 2", "01"}, {"cmpr [a] [a]", "0"}, {"cmpr 2 10", "1"}, {"cmpr (K K) K", "1"}});
 }
 
 TEST_F(Operators, BuckAndWaveTakeHeadsTailsAndSigns) {
-  expect({{"$init[ab]", "[a]"}, {"$init[[p]b]", "[[p]]"}, {"$init[]", "Z"}, {"$(real[-0.0])", "H"},
+  expectprinted({{"$init[ab]", "[a]"}, {"$init[[p]b]", "[[p]]"}, {"$init[]", "Z"}, {"$(real[-0.0])", "H"},
           {"$(0-5)", "H"}, {"$0", "K"}, {"$(J K (J H K))", "H"}, {"$002", "K"}, {"$0000", "H"}, {"$[abc]", "[ab]"},
           {"$K", "Z"}});
-  expect({{"~init[abc]", "init[bc]"}, {"~init[]", "Z"}, {"~(real 1)", "real[-1.000000e+00]"}, {"~5", "05"},
+  expectprinted({{"~init[abc]", "init[bc]"}, {"~init[]", "Z"}, {"~(real 1)", "real[-1.000000e+00]"}, {"~5", "05"},
           {"~0", "0"}, {"~002", "0000"}, {"~[a[bc]]", "[bc]"}, {"~K", "Z"}, {"~(J K (J K K))", "01"}});
 }
 
@@ -108,10 +98,10 @@ TEST_F(Operators, BigIntegersReachTheIntegerRoutines) {
   std::string a = refpow("7", 40), b = refpow("3", 30);
   std::string q, r;
   refdivmod(a, b, q, r);
-  EXPECT_EQ(run("(0-" + a + ")*" + b), "0" + refmul(a, b));
-  EXPECT_EQ(run(a + "-" + b), refsub(a, b));
-  EXPECT_EQ(run("(0-" + a + ")/" + b), "0" + refadd(q, "1"));  // floored
-  EXPECT_EQ(run("(0-" + a + ")%" + b), refsub(b, r));
-  EXPECT_EQ(run("7^77"), refpow("7", 77));
-  EXPECT_EQ(run("(0-3)^101"), "0" + refpow("3", 101));
+  EXPECT_EQ(ranhere("(0-" + a + ")*" + b), "0" + refmul(a, b));
+  EXPECT_EQ(ranhere(a + "-" + b), refsub(a, b));
+  EXPECT_EQ(ranhere("(0-" + a + ")/" + b), "0" + refadd(q, "1"));  // floored
+  EXPECT_EQ(ranhere("(0-" + a + ")%" + b), refsub(b, r));
+  EXPECT_EQ(ranhere("7^77"), refpow("7", 77));
+  EXPECT_EQ(ranhere("(0-3)^101"), "0" + refpow("3", 101));
 }

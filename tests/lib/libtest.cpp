@@ -1,6 +1,8 @@
 // Helpers of the library tests: programs run whole, in this process or in a child with a limit.
 #include "tests/lib/libtest.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -13,6 +15,10 @@ std::string ranhere(const std::string &text) {
   std::string printed;
   runprogram(0, text, printed);
   return printed;
+}
+
+void expectprinted(std::initializer_list<std::pair<const char *, const char *>> cases) {
+  for (const auto &[program, printed] : cases) EXPECT_EQ(ranhere(program), printed) << program;
 }
 
 Child ranlimited(const std::string &text, unsigned seconds) {

@@ -2,13 +2,17 @@
 // alarm ends, so that a program that blocks never hangs the tests and C memory that a program keeps
 // is never counted against the test; or run in this process, for tests that read what it left.
 #pragma once
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "tests/support.h"
 
 // The printed result of the text as a whole program, or the message of its failure.
 std::string ran(const std::string &text);
 std::string ranhere(const std::string &text);
+// Each program, run in this process, against what it prints.
+void expectprinted(std::initializer_list<std::pair<const char *, const char *>> cases);
 // The child that ran the text, killed after the given seconds; the printed result is its output.
 Child ranlimited(const std::string &text, unsigned seconds = 20);
 // The text with every "@KEY@" replaced by its value, for programs that name scratch paths.

@@ -9,81 +9,68 @@
 #include "core/cell.h"
 #include "lang/program.h"
 #include "lib/builtins.h"
+#include "tests/lib/libtest.h"
 #include "tests/support.h"
 
-namespace {
-
-std::string run(const std::string &text) {
-  std::string printed;
-  runprogram(0, text, printed);
-  return printed;
-}
-
-void expect(std::initializer_list<std::pair<const char *, const char *>> cases) {
-  for (const auto &[program, printed] : cases) EXPECT_EQ(run(program), printed) << program;
-}
-
-}  // namespace
-
 TEST(Structure, TypesAndTheMachinesView) {
-  expect({{"type(init[a])", "[post]"}, {"type(real 1)", "[real]"}, {"type 5", "[hint]"}, {"type 002", "[numb]"},
+  expectprinted({{"type(init[a])", "[post]"}, {"type(real 1)", "[real]"}, {"type 5", "[hint]"}, {"type 002", "[numb]"},
           {"type K", "[void]"}, {"type(J H K)", "[numb]"}, {"type(type 1)", "[zits]"},
           {"raws (type 1) (type 5)", "K"}, {"raws (K (I K)) (K (I K))", "H"}, {"x{init[a]}(leak x)=(leak x)", "K"},
           {"lisp (K 1)", "[K1]"}, {"lisp (real 1)", "[real[1.000000e+00]]"}});
 }
 
 TEST(Structure, TextsAndTreesComeApart) {
-  expect({{"left [abc]", "[ab]"}, {"rows([]-(rght[abc]))", "[c]"}, {"rght ([ab]-[cd])", "[cd]"},
+  expectprinted({{"left [abc]", "[ab]"}, {"rows([]-(rght[abc]))", "[c]"}, {"rght ([ab]-[cd])", "[cd]"},
           {"rows (rght ([a[bc]] V))", "[bc]"}, {"left ([] V)", "Z"}, {"left 5", "Z"}, {"leaf []", "K"},
           {"leaf [a]", "H"}, {"leaf 5", "Z"}, {"leaf ([a] V)", "H"}});
-  Child c = runchild([] { run("left []"); });  // test with leaf first
+  Child c = runchild([] { ranhere("left []"); });  // test with leaf first
   EXPECT_EQ(c.status, 128 + SIGABRT);
   EXPECT_NE(c.err.find("ASSERTION FAILED:l:"), std::string::npos);
 }
 
 TEST(Structure, RankAndLook) {
-  expect({{"rank (real 1)", "8"}, {"rank (0-12345)", "5"}, {"rank [a[p]b]", "5"}, {"rank K", "Z"}});
-  expect({{"look 0 (init 200)", "056"}, {"look (0-1) (init[ab])", "98"}, {"look (0-3) (init[ab])", "Z"},
+  expectprinted({{"rank (real 1)", "8"}, {"rank (0-12345)", "5"}, {"rank [a[p]b]", "5"}, {"rank K", "Z"}});
+  expectprinted({{"look 0 (init 200)", "056"}, {"look (0-1) (init[ab])", "98"}, {"look (0-3) (init[ab])", "Z"},
           {"look 0 (init[])", "Z"}, {"look 64 (real 1)", "H"}, {"look 65 (real 1)", "Z"}, {"look 3 5", "H"},
           {"look (0-6) 5", "Z"}, {"look 1 [a[bc]d]", "[bc]"}, {"rows([]-(look 1 ([ab]-[cd])))", "[b]"},
           {"look 0 ([[[bc]]]-(0-3))", "Z"}});  // a cut that leaves a group open to the end
 }
 
 TEST(Structure, LordAndLotsGoBetweenLeavesAndChains) {
-  expect({{"lord (real[0.5])", "002"}, {"lord ((real 0)-(real[inf]))", "00"}, {"lord (real 0)", "000"},
+  expectprinted({{"lord (real[0.5])", "002"}, {"lord ((real 0)-(real[inf]))", "00"}, {"lord (real 0)", "000"},
           {"lord [[p]]", "10"}, {"lord [p]", "112"}, {"lord [ab]", "Z"}, {"lord (init 200)", "056"}, {"lord S", "Z"}});
-  expect({{"lord (lots (0-7))", "07"}, {"lord (lots 003)", "003"}, {"lots 5", "(JK (JK (JK JHK)))"},
+  expectprinted({{"lord (lots (0-7))", "07"}, {"lord (lots 003)", "003"}, {"lots 5", "(JK (JK (JK JHK)))"},
           {"lots (init 0)", "(JH (JH (JH (JH (JH (JH (JH JHK)))))))"}, {"lots S", "Z"},
           {"rows (V (X J) (lots [a[bc]]))", "[a[bc]]"}});
   // A real's chain runs from bit 0 to its highest set bit, 61 for 1.0, and K ends it.
-  expect({{"look 51 (lots (real 1))", "H"}, {"look 61 (lots (real 1))", "K"}, {"look 63 (lots (real 1))", "H"}});
+  expectprinted({{"look 51 (lots (real 1))", "H"}, {"look 61 (lots (real 1))", "K"}, {"look 63 (lots (real 1))", "H"}});
 }
 
 TEST(Structure, InitRowsAndRealCast) {
-  expect({{"init 300", "init[,]"}, {"init 002", "Z"}, {"init [a[p]b[q][r]]", "init[a[p]b[q][r]]"},
+  expectprinted({{"init 300", "init[,]"}, {"init 002", "Z"}, {"init [a[p]b[q][r]]", "init[a[p]b[q][r]]"},
           {"init [a[x]]", "Z"}, {"init K", "init[]"}, {"init (J (init[a] K J) (init[b] K J))", "init[ab]"}});
-  expect({{"init (rows (init[a[p]b[q][r]c]))", "init[a[p]b[q][r]c]"}, {"rows (real[1.5])", "[1.500000e+00]"},
+  expectprinted({{"init (rows (init[a[p]b[q][r]c]))", "init[a[p]b[q][r]c]"}, {"rows (real[1.5])", "[1.500000e+00]"},
           {"rows 353", "[a]"}, {"rows 0", "[\n]"}, {"rows 002", "Z"}, {"rows ([ab]-[cd])", "[ab[cd]]"}});
-  expect({{"real (init[2.5])", "real[2.500000e+00]"}, {"real 003", "real[1.500000e+00]"}, {"real S", "Z"}});
+  expectprinted({{"real (init[2.5])", "real[2.500000e+00]"}, {"real 003", "real[1.500000e+00]"}, {"real S", "Z"}});
   for (const char *x : {"real[-2.5e-310]", "real[1e308]", "real[-0.0]", "(real 1)/(real 0)", "real[0.1]"})
-    EXPECT_EQ(run("(real((" + std::string(x) + ") V))=(" + x + ")"), "K") << x;  // the tree view read back
+    EXPECT_EQ(ranhere("(real((" + std::string(x) + ") V))=(" + x + ")"), "K") << x;  // the tree view read back
 }
 
 TEST(Structure, IntoStopsShortOfTheLastElement) {
-  expect({{"into 2 2 (init[abcd])", "Z"}, {"into (0-3) 2 (init[abcd])", "init[bc]"}, {"into 0 (0-1) (init[abcd])", "Z"},
+  expectprinted({{"into 2 2 (init[abcd])", "Z"}, {"into (0-3) 2 (init[abcd])", "init[bc]"}, {"into 0 (0-1) (init[abcd])", "Z"},
           {"into 0 3 [abc]", "Z"}, {"into 0 2 [abc]", "[ab]"}, {"into 1 2 [a[bc]de]", "[[bc]d]"}, {"into 0 5 5", "Z"},
           {"into 2 2 5", "01"}});
   // Bits of a real: any length but 0 gives everything above the offset.
-  expect({{"into (0-12) 1 (real 1)", "1023"}, {"into 0 0 (real 1)", "0"}, {"into 60 4 (real 1)", "Z"}});
+  expectprinted({{"into (0-12) 1 (real 1)", "1023"}, {"into 0 0 (real 1)", "0"}, {"into 60 4 (real 1)", "Z"}});
 }
 
 TEST(Structure, CorkChangesOneElement) {
-  expect({{"cork 3 [x] (init[abc])", "Z"}, {"cork 0 [[x]] (init[abc])", "Z"},
+  expectprinted({{"cork 3 [x] (init[abc])", "Z"}, {"cork 0 [[x]] (init[abc])", "Z"},
           {"cork (0-1) K (real 1)", "real[-1.000000e+00]"}, {"cork 64 K (real 1)", "Z"}, {"cork 8 K 5", "69"},
           {"cork 1 H 00", "Z"}, {"cork 1 [x] [abc]", "[a[x]c]"}, {"rows (cork 0 (look 0 [z]) ([ab]-[cd]))", "[zb[cd]]"},
           {"cork 2 [z] ([ab]-[cd])", "[ab][z]"}, {"cork 0 K S", "Z"}});
   // A post used twice keeps its old byte where it is used again.
-  expect({{"p{init[abc]}(cork 0 [x] p)+p", "init[xbcabc]"}});
+  expectprinted({{"p{init[abc]}(cork 0 [x] p)+p", "init[xbcabc]"}});
 }
 
 TEST(Structure, CorkWritesInPlaceOnlyForItsOwnPost) {
@@ -109,20 +96,20 @@ TEST(Structure, CorkWritesInPlaceOnlyForItsOwnPost) {
 TEST(Structure, MemoryWordsReadAndWriteRawBytes) {
   alignas(8) unsigned char buf[16] = {};
   std::string a = std::to_string((uintptr_t)buf);
-  EXPECT_EQ(run("(setw " + a + " 01);(getw " + a + ")"), "18446744073709551615");
-  EXPECT_EQ(run("getz " + a), "01");
-  EXPECT_EQ(run("(setx " + a + " 200);(gety " + a + ")"), "056");
-  EXPECT_EQ(run("getx " + a), "200");
-  EXPECT_EQ(run("(sett " + a + " 65534);(getv " + a + ")"), "02");
-  EXPECT_EQ(run("(setu " + a + " 4294967295);(gets " + a + ")"), "01");
+  EXPECT_EQ(ranhere("(setw " + a + " 01);(getw " + a + ")"), "18446744073709551615");
+  EXPECT_EQ(ranhere("getz " + a), "01");
+  EXPECT_EQ(ranhere("(setx " + a + " 200);(gety " + a + ")"), "056");
+  EXPECT_EQ(ranhere("getx " + a), "200");
+  EXPECT_EQ(ranhere("(sett " + a + " 65534);(getv " + a + ")"), "02");
+  EXPECT_EQ(ranhere("(setu " + a + " 4294967295);(gets " + a + ")"), "01");
   EXPECT_EQ(buf[4], 255);  // the 32-bit write left the bytes above it
-  EXPECT_EQ(run("setx " + a + " [a]"), "Z");
-  EXPECT_EQ(run("copy (init[ab]) " + a), "I");
+  EXPECT_EQ(ranhere("setx " + a + " [a]"), "Z");
+  EXPECT_EQ(ranhere("copy (init[ab]) " + a), "I");
   EXPECT_EQ(std::string((char *)buf, 3), std::string("ab\xff", 3));
-  run("copy [a[p]] " + a);
+  ranhere("copy [a[p]] " + a);
   EXPECT_EQ(std::string((char *)buf, 4), "a[p]");
-  run("copy (real 1) " + a);
+  ranhere("copy (real 1) " + a);
   double one = 1;
   EXPECT_EQ(memcmp(buf, &one, 8), 0);
-  EXPECT_EQ(run("copy S " + a), "Z");
+  EXPECT_EQ(ranhere("copy S " + a), "Z");
 }
