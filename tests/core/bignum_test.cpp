@@ -34,6 +34,17 @@ std::string decofbin(const Limbs &b) { return dec(bintodec(b)); }
 
 }  // namespace
 
+// a divided by b gives quotient q and remainder r in both bases.
+static void divides(const std::string &a, const std::string &b, const std::string &q, const std::string &r) {
+  Limbs dq, dr;
+  bigdivmod<Dec>(decread(a), decread(b), dq, dr);
+  ASSERT_EQ(dec(dq), q);
+  ASSERT_EQ(dec(dr), r);
+  bigdivmod<Bin>(bin(a), bin(b), dq, dr);
+  ASSERT_EQ(decofbin(dq), q);
+  ASSERT_EQ(decofbin(dr), r);
+}
+
 TEST(Engine, DecimalTextOfEveryLength) {
   std::mt19937_64 g(1);
   for (size_t n = 0; n < 80; n++) {
@@ -76,15 +87,9 @@ TEST(Engine, ArithmeticInBothBasesMatchesSchoolbook) {
       ASSERT_EQ(dec(bigmul<Dec>(x, x)), square);
       ASSERT_EQ(decofbin(bigmul<Bin>(xb, xb)), square);
       if (b == "0") continue;
-      Limbs q, r;
       std::string rq, rr;
       refdivmod(a, b, rq, rr);
-      bigdivmod<Dec>(x, y, q, r);
-      ASSERT_EQ(dec(q), rq);
-      ASSERT_EQ(dec(r), rr);
-      bigdivmod<Bin>(xb, yb, q, r);
-      ASSERT_EQ(decofbin(q), rq);
-      ASSERT_EQ(decofbin(r), rr);
+      ASSERT_NO_FATAL_FAILURE(divides(a, b, rq, rr));
     }
   }
 }
@@ -102,13 +107,7 @@ TEST(Engine, DivisionWithQuotientWordsAtTheTop) {
       if (refcmp(rest, b) >= 0) rest = "0";
       std::string a = refadd(refmul(b, nines), rest);
       SCOPED_TRACE(a + " / " + b);
-      Limbs q, r;
-      bigdivmod<Dec>(decread(a), decread(b), q, r);
-      ASSERT_EQ(dec(q), nines);
-      ASSERT_EQ(dec(r), rest);
-      bigdivmod<Bin>(bin(a), bin(b), q, r);
-      ASSERT_EQ(decofbin(q), nines);
-      ASSERT_EQ(decofbin(r), rest);
+      ASSERT_NO_FATAL_FAILURE(divides(a, b, nines, rest));
     }
   }
 }
