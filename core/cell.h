@@ -50,6 +50,11 @@ inline void setredex(Cell *c, bool flag) { c->word = flag ? c->word | redexbit :
 
 inline void settop(Cell *c, uint8_t top) { c->word = (c->word & ~(0xFFull << 56)) | ((uint64_t)top << 56); }
 
+// The top byte that the analysis gives every leaf that is no name: a number, a real, a blob or a
+// mark has arity 1 and no redex. The number makers set it at creation, so that no analysis has to
+// read the digits of their results.
+constexpr uint8_t plainleaftop = 0xB5;
+
 Cell *newleaf(const char *text, size_t n);
 Cell *newpair(Cell *left, Cell *right);  // takes over one count of each child
 void cellfree(Cell *c);                  // the count has reached 0

@@ -186,15 +186,45 @@ int64_t toword(const CellRef &t) {
   return (int64_t)(isplus(t) ? v : 0 - v);
 }
 
-CellRef fromuword(uint64_t n) {
-  char text[24];
-  snprintf(text, sizeof text, "%llu", (unsigned long long)n);
-  return CellRef(text);
+// The decimal digits of n, written backward so that they end at end; gives where they start.
+static char *worddigits(uint64_t n, char *end) {
+  static const char pairs[] =
+      "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546474849"
+      "5051525354555657585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
+  for (; n >= 100; n /= 100) memcpy(end -= 2, pairs + 2 * (n % 100), 2);
+  if (n >= 10) memcpy(end -= 2, pairs + 2 * n, 2);
+  else *--end = (char)('0' + n);
+  return end;
 }
 
-CellRef fromword(int64_t n) {
-  if (n >= 0) return fromuword((uint64_t)n);
-  return CellRef("0" + celltext(fromuword(0 - (uint64_t)n)));
+static CellRef wordleaf(uint64_t magnitude, bool minus) {
+  char text[24], *end = text + sizeof text, *start = worddigits(magnitude, end);
+  if (minus && magnitude) *--start = '0';
+  Cell *c = newleaf(start, (size_t)(end - start));
+  settop(c, plainleaftop);
+  return CellRef(c);
+}
+
+CellRef fromuword(uint64_t n) { return wordleaf(n, false); }
+
+CellRef fromword(int64_t n) { return wordleaf(n < 0 ? 0 - (uint64_t)n : (uint64_t)n, n < 0); }
+
+// At most 19 digits after the sign: 19 digits never overflow the unsigned word, and only then
+// can the value pass the signed range.
+bool smallint(const Cell *c, int64_t &v) {
+  if (!isleafcell(c)) return false;
+  const char *t = textof(c);
+  size_t n = fieldof(c);
+  if ((unsigned char)(t[0] - '0') > 9 || n == 0 || n > 20) return false;
+  bool minus = t[0] == '0' && n > 1;
+  if (minus && t[1] == '0') return false;  // an exact number
+  t += minus, n -= minus;
+  if (n > 19) return false;
+  uint64_t x = 0;
+  for (size_t i = 0; i < n; i++) x = x * 10 + (uint64_t)(t[i] - '0');
+  if (n == 19 && x > (minus ? 1ull << 63 : (uint64_t)INT64_MAX)) return false;
+  v = (int64_t)(minus ? 0 - x : x);
+  return true;
 }
 
 CellRef fromreal(double x) {

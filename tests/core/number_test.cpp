@@ -10,6 +10,7 @@
 
 #include "core/nat.h"
 #include "core/tables.h"
+#include "lang/analysis.h"
 #include "tests/core/slowref.h"
 #include "tests/support.h"
 
@@ -191,6 +192,29 @@ TEST_F(Numbers, MachineWords) {
   EXPECT_EQ(toword(CellRef("18446744073709551621")), 5);  // 2^64 + 5
   EXPECT_EQ(toword(CellRef("018446744073709551621")), -5);
   EXPECT_EQ(lowword(CellRef("018446744073709551621")), 5u);
+}
+
+// The word reader agrees with the general reader wherever a value fits, refuses every text it
+// does not fit, and the word writer's ready-made analysis is the one the analysis would give.
+TEST_F(Numbers, SmallIntegersAgreeWithTheGeneralPath) {
+  std::mt19937_64 g(9);
+  std::vector<int64_t> values = {0, 1, -1, 9, -9, 10, -10, INT64_MAX, INT64_MIN, INT64_MAX - 1, INT64_MIN + 1,
+                                 999999999999999999, -1000000000000000000};
+  for (int i = 0; i < 300; i++) values.push_back((int64_t)g() >> (g() % 64));
+  for (int64_t n : values) {
+    CellRef made = fromword(n), spelled(text(made));
+    int64_t v = 0;
+    EXPECT_TRUE(smallint(spelled.get(), v) && v == n) << n;
+    EXPECT_EQ(text(made), n < 0 ? "0" + std::to_string(n).substr(1) : std::to_string(n));
+    sizeup(spelled);
+    EXPECT_EQ(topbyte(made.get()), topbyte(spelled.get())) << n;
+  }
+  int64_t v = 0;
+  for (const char *t : {"00", "000", "0045", "9223372036854775808", "09223372036854775809",
+                        "18446744073709551616", "10000000000000000000", "123456789012345678901", "K", "[5]"})
+    EXPECT_FALSE(smallint(CellRef(t).get(), v)) << t;
+  EXPECT_FALSE(smallint(cellpair(CellRef("J"), CellRef("K")).get(), v));
+  EXPECT_FALSE(smallint(fromreal(1.0).get(), v));
 }
 
 TEST_F(Numbers, RealsAndAddresses) {
