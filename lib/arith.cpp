@@ -114,9 +114,38 @@ void widenpair(Two &t) {
 // The printed form of a number or real, for joining it to bytes or text.
 std::string shown(const CellRef &x, char c) { return c == 'e' ? realtext(x) : numbertext(x); }
 
+// ---- Integers that fit a word: both arguments digit leaves read by smallint. Each operator
+// tries this first and takes the general path when an argument does not fit or the answer would
+// leave the word.
+
+bool smalltwo(const CellRef &app, int64_t &a, int64_t &b) {
+  return smallint(argof(app.get(), 2, 0), a) && smallint(argof(app.get(), 2, 1), b);
+}
+
+// The floor quotient and the remainder that goes with it, which takes the divisor's sign.
+bool smalldiv(int64_t a, int64_t b, int64_t &q, int64_t &r) {
+  if (b == 0 || (a == INT64_MIN && b == -1)) return false;
+  q = a / b, r = a % b;
+  if (r != 0 && (r < 0) != (b < 0)) q--, r += b;
+  return true;
+}
+
+// a to the power e by squaring; negative exponents are the general path's.
+bool smallpow(int64_t a, int64_t e, int64_t &r) {
+  if (e < 0) return false;
+  r = 1;
+  for (; e; e >>= 1) {
+    if ((e & 1) && __builtin_mul_overflow(r, a, &r)) return false;
+    if (e > 1 && __builtin_mul_overflow(a, a, &a)) return false;
+  }
+  return true;
+}
+
 // ---- plus
 
 CellRef tolmplus(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && !__builtin_add_overflow(x, y, &r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -148,6 +177,8 @@ bool cut(std::string &s, int64_t n) {
 }
 
 CellRef tolmdash(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && !__builtin_sub_overflow(x, y, &r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -184,6 +215,8 @@ std::string repeat(const std::string &s, int64_t n) {
 }
 
 CellRef tolmmult(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && !__builtin_mul_overflow(x, y, &r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -205,6 +238,8 @@ CellRef tolmmult(CellRef app) {
 // ---- over and cent
 
 CellRef tolmover(CellRef app) {
+  int64_t x, y, q, r;
+  if (smalltwo(app, x, y) && smalldiv(x, y, q, r)) return fromword(q);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -216,6 +251,8 @@ CellRef tolmover(CellRef app) {
 }
 
 CellRef tolmcent(CellRef app) {
+  int64_t x, y, q, r;
+  if (smalltwo(app, x, y) && smalldiv(x, y, q, r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -248,6 +285,8 @@ CellRef numbpow(const CellRef &a, const CellRef &b) {
 }
 
 CellRef tolmpowa(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && smallpow(x, y, r)) return fromword(r);
   Two t = twoof(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -280,12 +319,16 @@ bool before(const Two &t) {
 }
 
 CellRef tolmless(CellRef app) {
+  int64_t x, y;
+  if (smalltwo(app, x, y)) return truth(x < y);
   Two t = operands(app);
   if (t.ca == 'w' || t.cb == 'w') return leaf("Z");
   return truth(before(t));
 }
 
 CellRef tolmgteq(CellRef app) {
+  int64_t x, y;
+  if (smalltwo(app, x, y)) return truth(x >= y);
   Two t = operands(app);
   if (t.ca == 'w' || t.cb == 'w') return leaf("Z");
   if (t.ca == 'e' && t.cb == 'e') return truth(realvalue(t.a) >= realvalue(t.b));
@@ -298,6 +341,8 @@ std::string equaltext(const CellRef &x) { return isleafcell(x.get()) ? celltext(
 // 1 when equal, 0 when not, -1 for the failure Z; the very same cell is equal to itself.
 int equal(const CellRef &app) {
   if (argof(app.get(), 2, 0) == argof(app.get(), 2, 1)) return 1;
+  int64_t x, y;
+  if (smalltwo(app, x, y)) return x == y;  // an integer has one spelling
   Two t = twoof(app);
   if (t.ca == 'w' || t.cb == 'w') return -1;
   if (t.ca != t.cb) return 0;
@@ -332,6 +377,8 @@ CellRef tolmcmpr(CellRef app) {
 // ---- buck and wave
 
 CellRef tolmbuck(CellRef app) {
+  int64_t n;
+  if (smallint(argof(app.get(), 1, 0), n)) return truth(n >= 0);
   CellRef x(argof(app.get(), 1, 0));
   switch (numclass(x)) {
     case 'a': {
@@ -351,6 +398,8 @@ CellRef tolmbuck(CellRef app) {
 }
 
 CellRef tolmwave(CellRef app) {
+  int64_t n;
+  if (smallint(argof(app.get(), 1, 0), n) && n != INT64_MIN) return fromword(-n);
   CellRef x(argof(app.get(), 1, 0));
   switch (numclass(x)) {
     case 'a': {
