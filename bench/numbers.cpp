@@ -1,6 +1,7 @@
 // Times the number engine on operands of 1,000, 10,000 and 100,000 decimal digits against python3
 // on the same operands in the same run: sums, products, floor quotients, powers of two, and the
-// conversions between decimal text and binary; then the integer routines on digit leaves.
+// conversions between decimal text and binary; then the integer routines on digit leaves, the
+// operators on word integers, and factorials built one word factor at a time.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,8 @@
 #include "core/bignum.h"
 #include "core/cell.h"
 #include "core/number.h"
+#include "lang/program.h"
+#include "lib/builtins.h"
 
 namespace {
 
@@ -54,6 +57,17 @@ for i in range(0, len(words), 5):
     for name, f in (("add", lambda: a + b), ("mul", lambda: a * b), ("div", lambda: a // d),
                     ("pow", lambda: 2 ** e), ("tobin", lambda: int(ta)), ("totext", lambda: str(a))):
         print(n, name, timeit(f), flush=True)
+x, y = 123456789, 9876
+for name, f in (("plus", lambda: x + y), ("mult", lambda: x * y), ("over", lambda: x // y),
+                ("less", lambda: x < y)):
+    print("word", name, timeit(f), flush=True)
+def fact(n):
+    f = 1
+    for i in range(1, n + 1): f *= i
+    return f
+for n in (1000, 10000):
+    print("fact", n, timeit(lambda: fact(n)), flush=True)
+    print("facttext", n, timeit(lambda: str(fact(n))), flush=True)
 )";
 
 std::string randomdigits(std::mt19937_64 &g, size_t n) {
@@ -153,6 +167,33 @@ int main() {
       printf("%-8s %8zu %12s %12s %7.1fx\n", rows[i].first, n, timetext(ours).c_str(),
              timetext(theirs).c_str(), theirs / ours);
     }
+  }
+
+  // The operators as the machine calls them, on an application of two word integers.
+  printf("\nOperators on word integers (application in, leaf out):\n");
+  preludeload();
+  CellRef x = fromword(123456789), y = fromword(9876);
+  for (const char *op : {"plus", "mult", "over", "less"}) {
+    CellRef app = cellpair3(CellRef(op), x, y);
+    builtinrow row = builtins()[op];
+    double ours = timeit([&] { row.run(app); }), theirs = python[std::string("word ") + op];
+    printf("%-8s %8s %12s %12s %7.1fx\n", op, "", timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+  }
+
+  // Factorials by the operator mult, one word factor at a time; then the same with the text of
+  // the result written at the end.
+  printf("\nRepeated products of a big integer by a word (factorial of n):\n");
+  for (int n : {1000, 10000}) {
+    builtinrow mult = builtins()["mult"];
+    auto fact = [&] {
+      CellRef f("1");
+      for (int i = 1; i <= n; i++) f = mult.run(cellpair3(CellRef("mult"), f, fromword(i)));
+      return f;
+    };
+    double ours = timeit([&] { fact(); }), theirs = python["fact " + std::to_string(n)];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "fact", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+    ours = timeit([&] { celltext(fact()); }), theirs = python["facttext " + std::to_string(n)];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "+text", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
   }
   return 0;
 }
