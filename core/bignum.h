@@ -68,6 +68,8 @@ Limbs bintodec(const Limbs &b);
 bool alldigits(std::string_view text);
 Limbs decread(std::string_view text);
 std::string decwrite(const Limbs &d);
+size_t decdigits(const Limbs &d);           // the length of decwrite's text
+void decwriteat(const Limbs &d, char *p);  // the same text, written at p
 
 // Binary words from and to little-endian byte strings; bytes are written without zero bytes on top.
 Limbs bytesread(std::string_view bytes);

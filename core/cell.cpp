@@ -66,17 +66,22 @@ static void givesmall(Cell *c) {
 
 static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
-Cell *newleaf(const char *text, size_t n) {
+Cell *newleafspace(size_t n, unsigned char first) {
   void *block = n <= smalltext ? (void *)takesmall() : malloc(offsetof(Cell, left) + n + 1);
   must(block != nullptr);
   cellsmade++;
-  char *t = (char *)block + offsetof(Cell, left);
-  if (n) memcpy(t, text, n);
-  t[n] = 0;
   Cell *c = (Cell *)block;
+  char *t = rawtext(c);
+  t[0] = (char)first;
+  t[n] = 0;
   c->word = leafbit;
-  unsigned char first = n ? (unsigned char)t[0] : 0;
   if ((isdigitbyte(first) || first == '[') && n < fieldmax) c->word |= (uint64_t)n << fieldshift;
+  return c;
+}
+
+Cell *newleaf(const char *text, size_t n) {
+  Cell *c = newleafspace(n, n ? (unsigned char)text[0] : 0);
+  if (n) memcpy(rawtext(c), text, n);
   return c;
 }
 
@@ -149,23 +154,22 @@ CellRef cellright(const CellRef &ref) {
   return CellRef(ref->right);
 }
 
+// The length of a digit or bracket leaf is in field, so that pending digits are not written
+// for it; only a text too long for field is measured.
 size_t celllenof(const Cell *c) {
   if (!isleafcell(c)) return 0;
-  const char *t = textof(c);
-  unsigned char first = (unsigned char)t[0];
+  unsigned char first = headbyte(c);
   if (first == ' ') return 9;
+  if ((isdigitbyte(first) || first == '[') && fieldof(c)) return fieldof(c);
+  const char *t = textof(c);
   if (first == '(') {
     size_t n = 0, i = 1;
     for (; t[i] != ')'; i++) n = n * 64 + (size_t)digitvalue(t[i]);
     return i + 1 + n;
   }
-  if (isdigitbyte(first) || first == '[') {
-    if (fieldof(c)) return fieldof(c);
-    size_t n = strlen(t);
-    must(n >= fieldmax);
-    return n;
-  }
-  return strlen(t);
+  size_t n = strlen(t);
+  if (isdigitbyte(first) || first == '[') must(n >= fieldmax);
+  return n;
 }
 
 std::string celltextof(const Cell *c) { return std::string(textof(c), celllenof(c)); }

@@ -29,9 +29,26 @@ inline uint32_t fieldof(const Cell *c) { return (uint32_t)((c->word >> fieldshif
 inline uint8_t topbyte(const Cell *c) { return (uint8_t)(c->word >> 56); }
 inline uint8_t aritycode(const Cell *c) { return topbyte(c) & 0x3F; }
 inline bool redexflag(const Cell *c) { return c->word & redexbit; }
-inline const char *textof(const Cell *c) { return (const char *)&c->left; }
-inline char *textof(Cell *c) { return (char *)&c->left; }
-inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)textof(c)[0] : 0; }
+// The bytes of a leaf as they stand. A number leaf may hold its decimal words in place of digits
+// not yet written (core/numberleaf.h); its first byte is always the true one, and its second is
+// then 1, which no digit text has.
+inline const char *rawtext(const Cell *c) { return (const char *)&c->left; }
+inline char *rawtext(Cell *c) { return (char *)&c->left; }
+inline bool digitspending(const Cell *c) {
+  const char *t = rawtext(c);
+  return isleafcell(c) && t[1] == 1 && (unsigned char)(t[0] - '0') <= 9;
+}
+void numberwrite(Cell *c);  // writes the pending digits over the words
+// The text of a leaf, its digits written first if they are pending.
+inline const char *textof(const Cell *c) {
+  if (digitspending(c)) numberwrite((Cell *)c);
+  return rawtext(c);
+}
+inline char *textof(Cell *c) {
+  if (digitspending(c)) numberwrite(c);
+  return rawtext(c);
+}
+inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)rawtext(c)[0] : 0; }
 
 // The writers of the analysis bits; only the analysis of terms calls them.
 inline void setfield(Cell *c, uint64_t value) {
@@ -55,6 +72,9 @@ inline void settop(Cell *c, uint8_t top) { c->word = (c->word & ~(0xFFull << 56)
 // read the digits of their results.
 constexpr uint8_t plainleaftop = 0xB5;
 
+// A leaf with room for n text bytes and the NUL after them, whose text begins with first; the
+// caller writes the rest. newleaf copies a whole text in.
+Cell *newleafspace(size_t n, unsigned char first);
 Cell *newleaf(const char *text, size_t n);
 Cell *newpair(Cell *left, Cell *right);  // takes over one count of each child
 void cellfree(Cell *c);                  // the count has reached 0
@@ -131,10 +151,11 @@ size_t celllenof(const Cell *c);
 std::string celltextof(const Cell *c);
 inline size_t celllen(const CellRef &ref) { return celllenof(ref.get()); }
 inline std::string celltext(const CellRef &ref) { return celltextof(ref.get()); }
-// True when a leaf's text is exactly s; false for every pair.
+// True when a leaf's text is exactly s; false for every pair. Pending digits need not be written
+// for it: no text that is asked for has the mark 1 after a digit.
 inline bool leafis(const Cell *c, const char *s) {
   if (!isleafcell(c)) return false;
-  const char *t = textof(c);
+  const char *t = rawtext(c);
   while (*s && *t == *s) t++, s++;
   return *t == *s;
 }

@@ -8,7 +8,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "core/bignum.h"
 #include "core/nat.h"
+#include "core/numberleaf.h"
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "tests/core/slowref.h"
@@ -375,4 +377,59 @@ TEST_F(Numbers, IntegerPowers) {
                          {"1", "05", "1"}})
     EXPECT_EQ(text(intpow(CellRef(a), CellRef(n))), r) << a << "^" << n;
   EXPECT_EQ(text(intpow(CellRef("0"), CellRef("01"))), "Z");
+}
+
+// Leaves made from binary words against the same numbers spelled by the reference: their length
+// and first byte before the digits are written, their words, then their text. The numbers sit
+// near powers of ten and near changes of the leading digit as well, where the digits are written
+// at once.
+TEST_F(Numbers, PendingDigitsAreTheReferenceDigits) {
+  std::mt19937_64 g(12);
+  int pending = 0;
+  for (int round = 0; round < 400; round++) {
+    std::string a = refrandom(g, 300);
+    if (round % 4 == 3) {
+      std::string near = refmul(std::to_string(1 + g() % 9), "1" + std::string(g() % 300, '0'));
+      a = g() % 2 ? refadd(near, std::to_string(g() % 3)) : refsub(near, "1");
+    }
+    bool minus = g() % 2 && a != "0";
+    std::string expect = (minus ? "0" : "") + a;
+    SCOPED_TRACE(expect);
+    Limbs m = dectobin(decread(a)), back;
+    CellRef w = wordsleaf(minus, m);
+    bool waiting = digitspending(w.get()), sign;
+    pending += waiting;
+    EXPECT_EQ(celllen(w), expect.size());
+    EXPECT_EQ(cellhead(w), (unsigned char)expect[0]);
+    leafwords(w.get(), sign, back);
+    EXPECT_TRUE(back == m && sign == minus);
+    EXPECT_EQ(digitspending(w.get()), waiting);  // reading the words writes nothing
+    EXPECT_EQ(celltext(w), expect);
+    leafwords(w.get(), sign, back);
+    EXPECT_TRUE(back == m && sign == minus);
+  }
+  EXPECT_GT(pending, 80);
+}
+
+// Everything that looks at a leaf sees pending digits as the digits they will be: the form tests
+// on the bytes as they stand, comparison, interning, words and arithmetic through the text.
+TEST_F(Numbers, ReadersOfPendingDigitsSeeTheDigits) {
+  Limbs m = dectobin(decread(refpow("7", 90)));
+  for (bool minus : {false, true}) {
+    auto fresh = [&] { return wordsleaf(minus, m); };
+    CellRef plain(celltext(fresh()));
+    ASSERT_TRUE(digitspending(fresh().get()));
+    EXPECT_EQ(numclass(fresh()), 'i');
+    EXPECT_TRUE(intform(fresh()) && natform(fresh()) && !exactform(fresh()));
+    EXPECT_EQ(isplus(fresh()), !minus);
+    EXPECT_FALSE(leafis(fresh().get(), "0"));
+    EXPECT_EQ(cellcompare(fresh(), plain), 0);
+    EXPECT_EQ(cellcompare(fresh(), CellRef(celltext(plain) + "0")), -1);
+    EXPECT_EQ(toword(fresh()), toword(plain));
+    EXPECT_EQ(listbits(fresh()), listbits(plain));
+    EXPECT_EQ(text(digitsrest(fresh())), text(digitsrest(plain)));
+    EXPECT_EQ(text(intsub(fresh(), plain)), "0");
+    CellRef kept = cellkeep(fresh());
+    EXPECT_EQ(cellkeep(plain).get(), kept.get());
+  }
 }
