@@ -9,6 +9,7 @@
 #include "core/bignum.h"
 #include "core/nat.h"
 #include "core/number.h"
+#include "core/numberleaf.h"
 
 // ---- Exact fractions. A magnitude is read as the integer m = |value| * 2^f, where f is the lowest
 // place present: D's odd bits are the integer part in order, its even bits from bit 2 up are the
@@ -207,8 +208,8 @@ CellRef numbmod(const CellRef &a, const CellRef &b) {
   return bitsexact(r);
 }
 
-// ---- Integers: a sign and a magnitude in decimal words, read from the text of the operand (the
-// leaf's own, or the spelling of a list's natural) and written back as a digit leaf.
+// ---- Integers: a sign and a magnitude in binary words, read from the operand (a leaf's kept
+// words or its digits, or a list's natural) and made into a digit leaf.
 
 namespace {
 
@@ -219,27 +220,24 @@ struct Int {
 
 Int intof(const CellRef &t) {
   needint(t);
-  std::string spelled;
-  std::string_view text;
+  Int x;
   if (isleafcell(t.get()) && cellhead(t) >= '0' && cellhead(t) <= '9') {
-    text = std::string_view(textof(t.get()), celllen(t));
-  } else {
-    spelled = naturaltext(listbits(t));
-    text = spelled;
+    leafwords(t.get(), x.minus, x.mag);
+  } else {  // the natural N of a list: the magnitude above two bits, bit 1 the sign
+    Limbs n = bytesread(listbits(t));
+    x.mag = bigshr(n, 2);
+    x.minus = !(n[0] & 2) && !x.mag.empty();
   }
-  return Int{text != "0" && text[0] == '0', decread(text)};
+  return x;
 }
 
-CellRef intleaf(const Int &x) {
-  if (x.mag.empty()) return CellRef("0");
-  return CellRef((x.minus ? "0" : "") + decwrite(x.mag));
-}
+CellRef intleaf(const Int &x) { return wordsleaf(x.minus, x.mag); }
 
 Int addsigned(const Int &x, const Int &y) {
-  if (x.minus == y.minus) return Int{x.minus, bigadd<Dec>(x.mag, y.mag)};
+  if (x.minus == y.minus) return Int{x.minus, bigadd<Bin>(x.mag, y.mag)};
   int c = bigcmp(x.mag, y.mag);
   if (c == 0) return Int{};
-  return c > 0 ? Int{x.minus, bigsub<Dec>(x.mag, y.mag)} : Int{y.minus, bigsub<Dec>(y.mag, x.mag)};
+  return c > 0 ? Int{x.minus, bigsub<Bin>(x.mag, y.mag)} : Int{y.minus, bigsub<Bin>(y.mag, x.mag)};
 }
 
 Int negated(Int x) {
@@ -257,7 +255,7 @@ CellRef intneg(const CellRef &a) { return intleaf(negated(intof(a))); }
 
 CellRef intmul(const CellRef &a, const CellRef &b) {
   Int x = intof(a), y = intof(b);
-  return intleaf(Int{x.minus != y.minus, bigmul<Dec>(x.mag, y.mag)});
+  return intleaf(Int{x.minus != y.minus, bigmul<Bin>(x.mag, y.mag)});
 }
 
 // The quotient's magnitude rounds down when the signs agree and up when they differ, so that the
@@ -266,9 +264,9 @@ CellRef intdiv(const CellRef &a, const CellRef &b) {
   Int x = intof(a), y = intof(b);
   if (y.mag.empty()) return CellRef("Z");
   Limbs q, r;
-  bigdivmod<Dec>(x.mag, y.mag, q, r);
+  bigdivmod<Bin>(x.mag, y.mag, q, r);
   bool differ = x.minus != y.minus;
-  if (differ && !r.empty()) q = bigaddsmall<Dec>(q, 1);
+  if (differ && !r.empty()) q = bigaddsmall<Bin>(q, 1);
   return intleaf(Int{differ, q});
 }
 
@@ -277,8 +275,8 @@ CellRef intmod(const CellRef &a, const CellRef &b) {
   Int x = intof(a), y = intof(b);
   if (y.mag.empty()) return CellRef("Z");
   Limbs q, r;
-  bigdivmod<Dec>(x.mag, y.mag, q, r);
-  if (!r.empty() && x.minus != y.minus) r = bigsub<Dec>(y.mag, r);
+  bigdivmod<Bin>(x.mag, y.mag, q, r);
+  if (!r.empty() && x.minus != y.minus) r = bigsub<Bin>(y.mag, r);
   return intleaf(Int{y.minus, r});
 }
 
@@ -293,7 +291,7 @@ CellRef intpow(const CellRef &a, const CellRef &b) {
   }
   if (e.mag.empty()) return CellRef("1");
   if (x.mag.empty() || isone(x.mag)) return intleaf(Int{minus, x.mag});
-  return intleaf(Int{minus, bigpow<Dec>(x.mag, dectobin(e.mag))});
+  return intleaf(Int{minus, bigpow<Bin>(x.mag, e.mag)});
 }
 
 int intcompare(const CellRef &a, const CellRef &b) {
