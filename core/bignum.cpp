@@ -20,15 +20,16 @@ static_assert(std::endian::native == std::endian::little, "byte strings are read
 // precomputed inverse: two products and two rare corrections instead of a hardware division.
 static inline uint64_t inverseof(uint64_t d) { return (uint64_t)(~(u128)0 / d); }
 
+// The first correction goes either way about as often, so it is made with a mask rather than a
+// branch that would be mispredicted half the time; the second is rare.
 static inline uint64_t divword(uint64_t hi, uint64_t lo, uint64_t d, uint64_t inv, uint64_t &rem) {
   u128 q = (u128)inv * hi + (((u128)hi << 64) | lo);
   uint64_t q1 = (uint64_t)(q >> 64) + 1, q0 = (uint64_t)q;
   uint64_t r = lo - q1 * d;
-  if (r > q0) {
-    q1--;
-    r += d;
-  }
-  if (r >= d) {
+  uint64_t back = 0 - (uint64_t)(r > q0);
+  q1 += back;
+  r += d & back;
+  if (__builtin_expect(r >= d, 0)) {
     q1++;
     r -= d;
   }
@@ -125,11 +126,29 @@ static int cmpn(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   return 0;
 }
 
-// r = a * m + c over n words; gives the word above. m below the base.
+// r = a * m + c over n words; gives the word above. m and c below the base.
+static uint64_t mul1(Bin, uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
+  for (size_t i = 0; i < n; i++) r[i] = splitw(Bin{}, (u128)a[i] * m + c, c);
+  return c;
+}
+
+// Decimal: each word's product is split by the base on its own, so that the splits of successive
+// words overlap; only the sum of a remainder and the previous quotient waits for the word before,
+// and it carries at most one. The quotient of a word's product is below m, so the carry stays
+// below the base.
+static uint64_t mul1(Dec, uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
+  for (size_t i = 0; i < n; i++) {
+    uint64_t q, low = splitw(Dec{}, (u128)a[i] * m, q);
+    uint64_t over = c >= Dec::base - low;  // low + c itself may pass 2^64
+    r[i] = low + c - (Dec::base & (0 - over));
+    c = q + over;
+  }
+  return c;
+}
+
 template <class B>
 static uint64_t mul1(uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
-  for (size_t i = 0; i < n; i++) r[i] = splitw(B{}, (u128)a[i] * m + c, c);
-  return c;
+  return mul1(B{}, r, a, n, m, c);
 }
 
 // u -= v * q over n words; gives what is still to be taken from the word above.
@@ -302,6 +321,10 @@ static void carrycolumns(Bin, uint64_t *r, const std::vector<Wide> &cols) {
 template <class B>
 static void mulany(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   if (na < nb) std::swap(a, b), std::swap(na, nb);
+  if (nb == 1) {
+    r[na] = mul1<B>(r, a, na, b[0], 0);
+    return;
+  }
   if (nb < bigtuning.karatsuba) {
     mulbase(B{}, r, a, na, b, nb);
     return;
