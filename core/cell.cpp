@@ -76,6 +76,7 @@ Cell *newleafspace(size_t n, unsigned char first) {
   t[n] = 0;
   c->word = leafbit;
   if ((isdigitbyte(first) || first == '[') && n < fieldmax) c->word |= (uint64_t)n << fieldshift;
+  if (first == '[') c->word |= 0x40ull << 56;
   return c;
 }
 
@@ -91,6 +92,12 @@ Cell *newpair(Cell *left, Cell *right) {
   c->word = 0;
   c->left = left;
   c->right = right;
+  // A pair of two data cells is data, with the sum of the lengths while both are known.
+  if (datakind(left) && datakind(right)) {
+    uint64_t a = fieldof(left), b = fieldof(right);
+    c->word = 0x40ull << 56;
+    if (a >= 2 && b >= 2 && a + b < fieldmax) c->word |= (a + b) << fieldshift;
+  }
   return c;
 }
 

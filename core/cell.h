@@ -29,7 +29,10 @@ inline uint32_t fieldof(const Cell *c) { return (uint32_t)((c->word >> fieldshif
 inline uint8_t topbyte(const Cell *c) { return (uint8_t)(c->word >> 56); }
 inline uint8_t aritycode(const Cell *c) { return topbyte(c) & 0x3F; }
 inline bool redexflag(const Cell *c) { return c->word & redexbit; }
-// The bytes of a leaf as they stand. A number leaf may hold its decimal words in place of digits
+// The data mark: a "[" leaf, or a pair of two data cells. A cell gets it when it is made, so that
+// telling data from the rest never needs the analysis of terms.
+inline bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
+// The bytes of a leaf as they stand. A number leaf may hold its binary words in place of digits
 // not yet written (core/numberleaf.h); its first byte is always the true one, and its second is
 // then 1, which no digit text has.
 inline const char *rawtext(const Cell *c) { return (const char *)&c->left; }

@@ -12,7 +12,6 @@
 #include "core/bignum.h"
 #include "core/nat.h"
 #include "core/numberleaf.h"
-#include "lang/analysis.h"
 
 // ---- Shapes of cells.
 
@@ -44,7 +43,7 @@ char numclass(const CellRef &t) {
   unsigned char first = headbyte(c);
   if (isleafcell(c) && first == ' ') return 'e';
   if (isleafcell(c) && first == '(') return 'a';
-  if (isdata(c)) return 'u';
+  if (datakind(c)) return 'u';
   if (!isleafcell(c)) {
     if (isleafcell(c->left)) return 'w';
     if (listof(c, "H")) return 'o';

@@ -7,6 +7,7 @@
 #include "core/base.h"
 #include "core/file.h"
 #include "lang/program.h"
+#include "lib/builtins.h"
 
 static bool readall(int fd, std::string &text) {
   char buf[65536];
@@ -24,6 +25,7 @@ int main(int argc, char **argv) {
     return 2;
   }
   tolmstart();
+  builtinsinstall();
   srand(0);
   std::string name = argv[1], text;
   if (name == "-") {
