@@ -221,7 +221,11 @@ struct Int {
 Int intof(const CellRef &t) {
   needint(t);
   Int x;
-  if (isleafcell(t.get()) && cellhead(t) >= '0' && cellhead(t) <= '9') {
+  int64_t v;
+  if (smallint(t.get(), v)) {
+    uint64_t mag = v < 0 ? 0 - (uint64_t)v : (uint64_t)v;
+    x = Int{v < 0, mag ? Limbs{mag} : Limbs{}};
+  } else if (isleafcell(t.get()) && cellhead(t) >= '0' && cellhead(t) <= '9') {
     leafwords(t.get(), x.minus, x.mag);
   } else {  // the natural N of a list: the magnitude above two bits, bit 1 the sign
     Limbs n = bytesread(listbits(t));

@@ -16,29 +16,33 @@
 constexpr size_t fewestwords = 3;
 constexpr size_t countat = 8, wordsat = 16;
 
-// The digit count and the leading digit of a magnitude of three words or more, from its top 64
-// bits: log10 of the magnitude is known to well within eps, and where the interval of that width
-// settles both, they are exact. The leading digit d is the one with log10 d <= the fraction of the
-// logarithm < log10 (d + 1). Near a power of ten or near a change of the leading digit the
-// interval does not settle them, and the caller writes the digits instead.
+// The digit count and the leading digit of a magnitude X of three words or more, from its bit
+// length b and its top 64 bits t: log10 X = ((b - 1) + log2 (t / 2^63)) * log10 2. The first term
+// is taken in 64.64 fixed point, whose whole part is exact and whose fraction joins the rest in
+// doubles; the error stays far below eps. Where the interval of that width settles both the whole
+// part and the leading digit d (log10 d <= the fraction < log10 (d + 1)), they are exact. Near a
+// power of ten or near a change of the leading digit it does not, and the caller writes the
+// digits instead.
 static bool textshape(const Limbs &m, size_t &digits, unsigned &lead) {
-  static const long double *logs = [] {
-    static long double t[11];
-    for (int d = 1; d <= 10; d++) t[d] = log10l((long double)d);
+  static const double *logs = [] {
+    static double t[11];
+    for (int d = 1; d <= 10; d++) t[d] = log10((double)d);
     return t;
   }();
-  uint64_t bits = bigbits(m), shift = bits - 64;
+  constexpr uint64_t log10of2 = 0x4d104d427de7fbccull;  // log10 2 * 2^64, rounded
+  uint64_t bits = bigbits(m);
   int s = std::countl_zero(m.back());
   uint64_t top = s ? m.back() << s | m[m.size() - 2] >> (64 - s) : m.back();
-  long double lg = log10l((long double)top) + (long double)shift * logs[2];
-  long double eps = 1e-15L + (long double)shift * 1e-18L;
-  long double k = floorl(lg - eps);
-  if (k != floorl(lg + eps)) return false;
-  long double low = lg - eps - k, high = lg + eps - k;
+  unsigned __int128 scaled = (unsigned __int128)(bits - 1) * log10of2;
+  uint64_t whole = (uint64_t)(scaled >> 64);
+  double f = (double)(uint64_t)scaled * 0x1p-64 + log2((double)top * 0x1p-63) * logs[2];
+  double eps = 1e-13 + (double)bits * 0x1p-63;
+  if (f >= 1) whole++, f -= 1;
+  if (f < eps || f > 1 - eps) return false;
   unsigned d = 1;
-  while (low >= logs[d + 1]) d++;
-  if (high >= logs[d + 1]) return false;
-  digits = (size_t)k + 1;
+  while (f >= logs[d + 1]) d++;
+  if (f - eps < logs[d] || f + eps >= logs[d + 1]) return false;
+  digits = (size_t)whole + 1;
   lead = d;
   return true;
 }
