@@ -1,7 +1,8 @@
 // Times the number engine on operands of 1,000, 10,000 and 100,000 decimal digits against python3
 // on the same operands in the same run: sums, products, floor quotients, powers of two, and the
 // conversions between decimal text and binary; then the integer routines on digit leaves, the
-// operators on word integers, and factorials built one word factor at a time.
+// operators on word integers, factorials built one word factor at a time, and the byte access
+// words on short and long posts.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <random>
@@ -68,6 +70,10 @@ def fact(n):
 for n in (1000, 10000):
     print("fact", n, timeit(lambda: fact(n)), flush=True)
     print("facttext", n, timeit(lambda: str(fact(n))), flush=True)
+for n in (10, 1000000):
+    p = bytes(n)
+    print("look", n, timeit(lambda: p[0]), flush=True)
+    print("rank", n, timeit(lambda: len(p)), flush=True)
 )";
 
 std::string randomdigits(std::mt19937_64 &g, size_t n) {
@@ -171,6 +177,7 @@ int main() {
 
   // The operators as the machine calls them, on an application of two word integers.
   printf("\nOperators on word integers (application in, leaf out):\n");
+  builtinsinstall();
   preludeload();
   CellRef x = fromword(123456789), y = fromword(9876);
   for (const char *op : {"plus", "mult", "over", "less"}) {
@@ -194,6 +201,18 @@ int main() {
     printf("%-8s %8d %12s %12s %7.1fx\n", "fact", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
     ours = timeit([&] { celltext(fact()); }), theirs = python["facttext " + std::to_string(n)];
     printf("%-8s %8d %12s %12s %7.1fx\n", "+text", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+  }
+
+  // One byte and the length of posts of 10 bytes and of 1 MB.
+  printf("\nByte access on posts (bytes):\n");
+  for (size_t n : {10, 1000000}) {
+    CellRef post = mkblob(std::string(n, 'x'));
+    for (const char *word : {"look", "rank"}) {
+      CellRef app = strcmp(word, "look") == 0 ? cellpair3(CellRef(word), CellRef("0"), post) : cellpair(CellRef(word), post);
+      builtinrow row = builtins()[word];
+      double ours = timeit([&] { row.run(app); }), theirs = python[std::string(word) + " " + std::to_string(n)];
+      printf("%-8s %8zu %12s %12s %7.1fx\n", word, n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+    }
   }
   return 0;
 }

@@ -19,6 +19,12 @@ std::string numbertext(const CellRef &t) {
   return s;
 }
 
+size_t numberdigits(const CellRef &t) {
+  if (!isleafcell(t.get())) return numbertext(t).size();
+  size_t n = celllen(t);
+  return exactform(t) ? n - 2 : isplus(t) ? n : n - 1;
+}
+
 CellRef intleafof(const CellRef &t) {
   if (isleafcell(t.get())) return t;
   return CellRef(naturaltext(listbits(t)));
@@ -33,6 +39,14 @@ bool bitchain(const CellRef &t) {
     if (!leafis(c->left->right, "K") && !leafis(c->left->right, "H")) return false;
   }
   return leafis(c, "K") || (headbyte(c) >= '0' && headbyte(c) <= '9');
+}
+
+std::string_view postview(const CellRef &p) {
+  must(cellhead(p) == '(');
+  const char *t = textof(p.get());
+  size_t n = 0, i = 1;
+  for (; t[i] != ')'; i++) n = n * 64 + (size_t)digitvalue(t[i]);
+  return std::string_view(t + i + 1, n);
 }
 
 // Newline, "[" and "]" have no character form in a text and take their groups.
@@ -307,7 +321,7 @@ bool before(const Two &t) {
   if (t.ca != t.cb) return (signed char)t.ca < (signed char)t.cb;
   switch (t.ca) {
     case 'a':
-      return blobbytes(t.a) < blobbytes(t.b);
+      return postview(t.a) < postview(t.b);
     case 'u':
       return datatext(t.a) < datatext(t.b);
     case 'i':
@@ -348,7 +362,7 @@ int equal(const CellRef &app) {
   if (t.ca != t.cb) return 0;
   switch (t.ca) {
     case 'a':
-      return blobbytes(t.a) == blobbytes(t.b);
+      return postview(t.a) == postview(t.b);
     case 'i':
       return equaltext(t.a) == equaltext(t.b);
     case 'o':
@@ -382,7 +396,7 @@ CellRef tolmbuck(CellRef app) {
   CellRef x(argof(app.get(), 1, 0));
   switch (numclass(x)) {
     case 'a': {
-      std::string s = blobbytes(x);
+      std::string_view s = postview(x);
       return s.empty() ? leaf("Z") : bytetext((unsigned char)s[0]);
     }
     case 'e':
@@ -403,8 +417,8 @@ CellRef tolmwave(CellRef app) {
   CellRef x(argof(app.get(), 1, 0));
   switch (numclass(x)) {
     case 'a': {
-      std::string s = blobbytes(x);
-      return s.empty() ? leaf("Z") : mkblob(s.substr(1));
+      std::string_view s = postview(x);
+      return s.empty() ? leaf("Z") : mkblob(std::string(s.substr(1)));
     }
     case 'e':
       return fromreal(-realvalue(x));

@@ -137,6 +137,17 @@ Cell *explicittree(Cell *c) {
 
 uint64_t bitsof(double x) { return std::bit_cast<uint64_t>(x); }
 
+// Bit n of the natural of an integer v that fits a word, 4|v| + 3, or + 1 for a negative v, with a
+// negative n counted from its bit length; false where n stays negative, as for a bit past the top.
+bool wordbit(int64_t v, int64_t &n, bool &bit) {
+  unsigned __int128 natural = (unsigned __int128)(v < 0 ? 0 - (uint64_t)v : (uint64_t)v) * 4 + (v < 0 ? 1 : 3);
+  uint64_t high = (uint64_t)(natural >> 64), low = (uint64_t)natural;
+  int64_t used = high ? 128 - std::countl_zero(high) : 64 - std::countl_zero(low);
+  if (!fromend(n, used)) return false;
+  bit = n < 128 && (natural >> n & 1);
+  return true;
+}
+
 // A byte as the language's signed integer.
 CellRef signedbyte(unsigned char b) { return fromword((int8_t)b); }
 
@@ -184,12 +195,12 @@ CellRef tolmrank(CellRef app) {
   CellRef x = arg(app, 1, 0);
   switch (numclass(x)) {
     case 'a':
-      return fromuword(blobbytes(x).size());
+      return fromuword(postview(x).size());
     case 'e':
       return leaf("8");
     case 'i':
     case 'o':
-      return fromuword(numbertext(x).size());
+      return fromuword(numberdigits(x));
     case 'u':
       return fromuword(datalen(x) - 2);
   }
@@ -202,7 +213,7 @@ CellRef tolmlook(CellRef app) {
   int64_t n = intword(i);
   switch (numclass(x)) {
     case 'a': {
-      std::string b = blobbytes(x);
+      std::string_view b = postview(x);
       if (!fromend(n, (int64_t)b.size()) || n >= (int64_t)b.size()) return leaf("Z");
       return signedbyte((unsigned char)b[(size_t)n]);
     }
@@ -211,6 +222,9 @@ CellRef tolmlook(CellRef app) {
       return truth(n < 64 && (bitsof(realvalue(x)) >> n & 1));
     case 'i':
     case 'o': {
+      int64_t v;
+      bool bit;
+      if (smallint(x.get(), v)) return wordbit(v, n, bit) ? truth(bit) : leaf("Z");
       std::string bits = listbits(x);
       if (!fromend(n, bitsused(bits))) return leaf("Z");
       return truth(getbit(n, bits));
@@ -234,7 +248,7 @@ CellRef tolmlord(CellRef app) {
     case 'e':
       return realtoexact(x);
     case 'a': {
-      std::string b = blobbytes(x);
+      std::string_view b = postview(x);
       return b.size() == 1 ? signedbyte((unsigned char)b[0]) : leaf("Z");
     }
     case 'u': {
@@ -355,9 +369,9 @@ CellRef tolminto(CellRef app) {
   auto fits = [&](int64_t length) { return fromend(off, length) && off + len < length; };
   switch (numclass(x)) {
     case 'a': {
-      std::string b = blobbytes(x);
+      std::string_view b = postview(x);
       if (!fits((int64_t)b.size())) return leaf("Z");
-      return mkblob(b.substr((size_t)off, (size_t)len));
+      return mkblob(std::string(b.substr((size_t)off, (size_t)len)));
     }
     case 'e':
       // The mask is 1 shifted right by len, less one: nothing for len 0, all bits above off else.
@@ -391,14 +405,14 @@ CellRef corkpost(const CellRef &app, int64_t i, const CellRef &v) {
   bool alone = countof(app.get()) == 1 && countof(x) == 1;
   std::string b;
   if (!isdata(v) || !textbytes(v, b) || b.empty()) return leaf("Z");
-  std::string bytes = blobbytes(CellRef(x));
+  std::string_view bytes = postview(CellRef(x));
   if (!fromend(i, (int64_t)bytes.size()) || i >= (int64_t)bytes.size()) return leaf("Z");
   if (!alone) {
-    bytes[(size_t)i] = b[0];
-    return mkblob(bytes);
+    std::string copy(bytes);
+    copy[(size_t)i] = b[0];
+    return mkblob(copy);
   }
-  char *first = strchr(textof(x), ')') + 1;
-  first[i] = b[0];
+  const_cast<char *>(bytes.data())[i] = b[0];
   return CellRef(x);
 }
 
@@ -443,7 +457,7 @@ CellRef tolmcopy(CellRef app) {
   std::string b;
   switch (numclass(v)) {
     case 'a':
-      b = blobbytes(v);
+      b = postview(v);
       break;
     case 'e':
       b.assign(textof(v.get()) + 1, 8);

@@ -6,7 +6,6 @@
 #include <random>
 
 #include "core/number.h"
-#include "lib/builtins.h"
 #include "lang/program.h"
 #include "tests/core/slowref.h"
 #include "tests/lib/libtest.h"
@@ -109,18 +108,6 @@ TEST_F(Operators, BigIntegersReachTheIntegerRoutines) {
   EXPECT_EQ(ranhere("(0-3)^101"), "0" + refpow("3", 101));
 }
 
-namespace {
-
-// The operator's function applied to the given arguments, as the machine calls it.
-CellRef applied(const char *op, std::initializer_list<CellRef> args) {
-  CellRef app(op);
-  for (const CellRef &a : args) app = cellpair(app, a);
-  return builtins()[op].run(app);
-}
-
-CellRef aslist(const CellRef &leaf) { return bitlist(textnatural(celltext(leaf))); }
-
-}  // namespace
 
 // Integers that fit a word take their own path through the operators; the same operands as bit
 // lists never do, so the general path answers for them. Values sit at the word's edges, where

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "core/cell.h"
+#include "core/number.h"
 #include "lang/program.h"
 #include "lib/builtins.h"
 #include "tests/lib/libtest.h"
@@ -34,6 +35,20 @@ TEST(Structure, RankAndLook) {
           {"look 0 (init[])", "Z"}, {"look 64 (real 1)", "H"}, {"look 65 (real 1)", "Z"}, {"look 3 5", "H"},
           {"look (0-6) 5", "Z"}, {"look 1 [a[bc]d]", "[bc]"}, {"rows([]-(look 1 ([ab]-[cd])))", "[b]"},
           {"look 0 ([[[bc]]]-(0-3))", "Z"}});  // a cut that leaves a group open to the end
+}
+
+// Bits of integers that fit a word come from the word; the same integers as chains of bits take
+// the general path. Ranks of large results come from their lengths, digits written or not.
+TEST(Structure, LookAndRankOfIntegersAgreeWithTheGeneralPath) {
+  preludeload();
+  for (int64_t v : std::initializer_list<int64_t>{0, 1, -1, 5, -6, 12345, 1ll << 62, -(1ll << 62), INT64_MAX, INT64_MIN}) {
+    CellRef x = fromword(v), chain = aslist(x);
+    for (int64_t n = -70; n <= 70; n++)
+      EXPECT_EQ(celltext(applied("look", {fromword(n), x})), celltext(applied("look", {fromword(n), chain})))
+          << n << " " << v;
+  }
+  expectprinted({{"rank (3^200)", "96"}, {"rank ((0-3)^201)", "96"}, {"rank (3^200-(3^200))", "1"},
+                 {"(rank (7^300)) + (rank (lisp (7^300)))", "508"}});
 }
 
 TEST(Structure, LordAndLotsGoBetweenLeavesAndChains) {
