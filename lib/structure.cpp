@@ -61,16 +61,54 @@ CellRef elementof(std::string_view t, Span s) {
 // The text that an element value takes inside a bracket text, as flattening writes it.
 std::string elementtext(const CellRef &v) { return datatext(cellpair(CellRef("[]"), v)); }
 
+// The elements of a text leaf, kept for the last few leaves looked into, so that a walk over
+// a text by index does not cut the whole text into elements at every step. A text with no
+// bracket between its outer two needs no table: its element k is its byte k + 1. Each kept leaf
+// is held by a count, so that its address names it for as long as it is kept.
+struct Leafelements {
+  Cell *leaf = nullptr;
+  bool plain = false;
+  uint64_t count = 0;       // the outermost elements, as datacount counts them
+  std::vector<Span> spans;  // as elements cuts them; empty when plain
+
+  size_t cut() const { return plain ? count : spans.size(); }
+  Span span(size_t k) const { return plain ? Span{k + 1, 1} : spans[k]; }
+};
+
+const Leafelements &leafelements(Cell *c) {
+  static Leafelements kept[4];
+  static size_t next = 0;
+  for (const Leafelements &e : kept)
+    if (e.leaf == c) return e;
+  Leafelements &e = kept[next++ % 4];
+  cellinc(c);
+  if (e.leaf) celldec(e.leaf);
+  e.leaf = c;
+  std::string_view t(textof(c), celllenof(c));
+  e.plain = t.size() >= 2 && t.substr(1, t.size() - 2).find_first_of("[]") == std::string_view::npos;
+  e.spans.clear();
+  e.count = e.plain ? t.size() - 2 : datacount(CellRef(c));
+  if (!e.plain) e.spans = elements(t);
+  return e;
+}
+
 // Element k from the end (k >= 1) of a text: down the left children of a rope, whose right
 // child is one element, and then backward through the leaf it reaches.
 CellRef elementfromend(const CellRef &x, int64_t k) {
   Cell *c = x.get();
   for (; !isleafcell(c); c = c->left, k--)
     if (k == 1) return CellRef(c->right);
-  std::string_view t(textof(c), celllenof(c));
-  std::vector<Span> spans = elements(t);
-  if ((size_t)k > spans.size()) return CellRef("Z");  // a cut left a group open to the end
-  return elementof(t, spans[spans.size() - (size_t)k]);
+  const Leafelements &e = leafelements(c);
+  if ((size_t)k > e.cut()) return CellRef("Z");  // a cut left a group open to the end
+  return elementof(std::string_view(textof(c), celllenof(c)), e.span(e.cut() - (size_t)k));
+}
+
+// The element count of a text: one for each pair down the left of a rope, and the leaf's own.
+int64_t elementcount(const CellRef &x) {
+  int64_t pairs = 0;
+  Cell *c = x.get();
+  for (; !isleafcell(c); c = c->left) pairs++;
+  return pairs + (int64_t)leafelements(c).count;
 }
 
 // The same walk, with element k from the end replaced by v; the pairs above it are made anew.
@@ -230,7 +268,7 @@ CellRef tolmlook(CellRef app) {
       return truth(getbit(n, bits));
     }
     case 'u': {
-      int64_t count = (int64_t)datacount(x);
+      int64_t count = elementcount(x);
       if (n >= count) return leaf("Z");
       if (n >= 0) n -= count;
       if (n + count < 0) return leaf("Z");
@@ -388,10 +426,11 @@ CellRef tolminto(CellRef app) {
     case 'u': {
       CellRef flat = dataflat(x);
       std::string_view t(textof(flat.get()), celllen(flat));
-      std::vector<Span> spans = elements(t);
-      if (!fits((int64_t)spans.size())) return leaf("Z");
+      const Leafelements &e = leafelements(flat.get());
+      if (!fits((int64_t)e.cut())) return leaf("Z");
       std::string out;
-      for (int64_t k = off; k < off + len; k++) out += t.substr(spans[(size_t)k].at, spans[(size_t)k].len);
+      if (e.plain) out = t.substr((size_t)off + 1, (size_t)len);
+      for (int64_t k = off; !e.plain && k < off + len; k++) out += t.substr(e.spans[(size_t)k].at, e.spans[(size_t)k].len);
       return databox(out);
     }
   }
