@@ -414,6 +414,25 @@ uint64_t bigdivsmall(Limbs &a, uint64_t d) {
   return rem;
 }
 
+int bincmp(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) { return cmpn(a, na, b, nb); }
+
+size_t binadd(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  if (na < nb) std::swap(a, b), std::swap(na, nb);
+  r[na] = addn<Bin>(r, a, na, b, nb);
+  return trimmed(r, na + 1);
+}
+
+size_t binsub(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  must(cmpn(a, na, b, nb) >= 0);
+  subn<Bin>(r, a, na, b, trimmed(b, nb));
+  return trimmed(r, na);
+}
+
+size_t binmulword(uint64_t *r, const uint64_t *a, size_t na, uint64_t m) {
+  r[na] = mul1<Bin>(r, a, na, m, 0);
+  return trimmed(r, na + 1);
+}
+
 // ---- Division.
 
 // Long division of a by b (b at least two words, a >= b), with Knuth's normalising factor so that

@@ -209,7 +209,9 @@ CellRef numbmod(const CellRef &a, const CellRef &b) {
 }
 
 // ---- Integers: a sign and a magnitude in binary words, read from the operand (a leaf's kept
-// words or its digits, or a list's natural) and made into a digit leaf.
+// words in place, or its digits, or a list's natural) and made into a digit leaf. Sums,
+// differences and products by a word read their operands in place and write into the leaf they
+// make; the other operations work on copies.
 
 namespace {
 
@@ -220,28 +222,28 @@ struct Int {
 
 Int intof(const CellRef &t) {
   needint(t);
-  Int x;
-  int64_t v;
-  if (smallint(t.get(), v)) {
-    uint64_t mag = v < 0 ? 0 - (uint64_t)v : (uint64_t)v;
-    x = Int{v < 0, mag ? Limbs{mag} : Limbs{}};
-  } else if (isleafcell(t.get()) && cellhead(t) >= '0' && cellhead(t) <= '9') {
-    leafwords(t.get(), x.minus, x.mag);
-  } else {  // the natural N of a list: the magnitude above two bits, bit 1 the sign
-    Limbs n = bytesread(listbits(t));
-    x.mag = bigshr(n, 2);
-    x.minus = !(n[0] & 2) && !x.mag.empty();
-  }
+  Intwords x;
+  intwords(t.get(), x);
+  return Int{x.minus, x.own.empty() ? Limbs(x.w, x.w + x.n) : std::move(x.own)};
+}
+
+Intwords wordsof(const CellRef &t) {
+  needint(t);
+  Intwords x;
+  intwords(t.get(), x);
   return x;
 }
 
 CellRef intleaf(const Int &x) { return wordsleaf(x.minus, x.mag); }
 
-Int addsigned(const Int &x, const Int &y) {
-  if (x.minus == y.minus) return Int{x.minus, bigadd<Bin>(x.mag, y.mag)};
-  int c = bigcmp(x.mag, y.mag);
-  if (c == 0) return Int{};
-  return c > 0 ? Int{x.minus, bigsub<Bin>(x.mag, y.mag)} : Int{y.minus, bigsub<Bin>(y.mag, x.mag)};
+// x + y, or x - y when negate is set.
+CellRef addsigned(const Intwords &x, const Intwords &y, bool negate) {
+  bool yminus = y.minus != negate && y.n;
+  Numberroom r = numberroom(std::max(x.n, y.n) + 1);
+  if (x.minus == yminus) return numberdone(r, x.minus, binadd(r.w, x.w, x.n, y.w, y.n));
+  int c = bincmp(x.w, x.n, y.w, y.n);
+  if (c >= 0) return numberdone(r, x.minus, binsub(r.w, x.w, x.n, y.w, y.n));
+  return numberdone(r, yminus, binsub(r.w, y.w, y.n, x.w, x.n));
 }
 
 Int negated(Int x) {
@@ -253,13 +255,20 @@ bool isone(const Limbs &m) { return m.size() == 1 && m[0] == 1; }
 
 }  // namespace
 
-CellRef intadd(const CellRef &a, const CellRef &b) { return intleaf(addsigned(intof(a), intof(b))); }
-CellRef intsub(const CellRef &a, const CellRef &b) { return intleaf(addsigned(intof(a), negated(intof(b)))); }
+CellRef intadd(const CellRef &a, const CellRef &b) { return addsigned(wordsof(a), wordsof(b), false); }
+CellRef intsub(const CellRef &a, const CellRef &b) { return addsigned(wordsof(a), wordsof(b), true); }
 CellRef intneg(const CellRef &a) { return intleaf(negated(intof(a))); }
 
 CellRef intmul(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
-  return intleaf(Int{x.minus != y.minus, bigmul<Bin>(x.mag, y.mag)});
+  Intwords x = wordsof(a), y = wordsof(b);
+  bool minus = x.minus != y.minus;
+  if (x.n == 0 || y.n == 0) return wordsleaf(false, Limbs{});
+  if (x.n == 1 || y.n == 1) {
+    const Intwords &big = x.n == 1 ? y : x;
+    Numberroom r = numberroom(big.n + 1);
+    return numberdone(r, minus, binmulword(r.w, big.w, big.n, (x.n == 1 ? x : y).w[0]));
+  }
+  return wordsleaf(minus, bigmul<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n)));
 }
 
 // The quotient's magnitude rounds down when the signs agree and up when they differ, so that the

@@ -4,11 +4,30 @@
 #include "core/bignum.h"
 #include "core/cell.h"
 
-// The integer digit leaf of a sign and a magnitude in binary words (zero is spelled 0 whatever
-// the sign), made already analysed. A magnitude of several words keeps them in the leaf, and its
-// digits are written the first time anything reads the text (see textof).
+// The sign and the magnitude in binary words of an integer: where a leaf keeps its words they are
+// read in place; a word, digits and a list of bits are read into own.
+struct Intwords {
+  bool minus = false;
+  const uint64_t *w = nullptr;
+  size_t n = 0;  // no zero word on top; zero has none
+  Limbs own;
+};
+void intwords(const Cell *c, Intwords &x);  // c passes intform
+
+// A number leaf being made, with room for the words of its magnitude, which the caller writes at
+// w; numberdone finishes it with the sign and the count of words written, and gives the integer
+// leaf (zero is spelled 0 whatever the sign), made already analysed. A magnitude of two words or
+// more stays as words, and its digits are written the first time anything reads the text (see
+// textof).
+struct Numberroom {
+  Cell *c;
+  uint64_t *w;
+};
+Numberroom numberroom(size_t words);
+CellRef numberdone(Numberroom room, bool minus, size_t n);
+
+// The same for words that stand in a vector.
 CellRef wordsleaf(bool minus, const Limbs &m);
 
-// The sign and the magnitude in binary words of an integer digit leaf: its words as kept, or read
-// from its digits.
+// The sign and the magnitude of an integer digit leaf, copied out as a vector.
 void leafwords(const Cell *c, bool &minus, Limbs &m);

@@ -324,8 +324,10 @@ TEST_F(Numbers, IntegerArithmeticMatchesReference) {
   std::mt19937_64 g(11);
   for (int round = 0; round < 300; round++) {
     Int x{g() % 2 == 0, refrandom(g, 200)}, y{g() % 2 == 0, refrandom(g, round % 2 ? 200 : 30)};
-    // Operands as leaves, and now and then as bit lists of the same natural.
+    // Operands as leaves of digits, as leaves that keep their words, and now and then as bit lists
+    // of the same natural.
     CellRef a(leaftext(x)), b(leaftext(y));
+    if (round % 3 == 2) a = wordsleaf(x.minus, dectobin(decread(x.m))), b = wordsleaf(y.minus, dectobin(decread(y.m)));
     if (round % 7 == 0) a = bitlist(textnatural(leaftext(x)));
     if (round % 7 == 1) b = bitlist(textnatural(leaftext(y)));
     if (!intform(a) || !intform(b)) continue;
