@@ -52,6 +52,4 @@ unsigned char typed(uint8_t alpha, unsigned char key);
 void passon(const std::string &key);
 
 bool keydone(const std::string &s);
-// The length of the key unit at i of s, or 0 when s ends before the unit is whole.
-size_t keyunit(const std::string &s, size_t i);
 void keydispatch();

@@ -8,6 +8,7 @@
 #include "core/file.h"
 #include "edit/display.h"
 #include "edit/editor.h"
+#include "edit/loop.h"
 #include "edit/term.h"
 #include "edit/undo.h"
 
