@@ -9,6 +9,7 @@
 #include "edit/editor.h"
 #include "edit/prompt.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 // What the key does to the front of each line that is not blank: dentdrop takes the first byte
 // away, denttrim leaves the front as it is, any other byte is put in front.

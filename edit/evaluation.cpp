@@ -6,6 +6,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/term.h"
+#include "edit/view.h"
 #include "lang/chars.h"
 #include "lang/program.h"
 

@@ -15,6 +15,11 @@ extern std::string &failtext;
 // of the result says that a match of s ends at c.
 uint64_t matchstep(const std::string &s, uint64_t state, unsigned char c);
 
+// A search over the current text that wraps around it: the point lands behind the first match
+// of pattern s, then keepvisible; without a match nothing changes. The point's own position is
+// tried last, and nothing ends at offset 0.
+void seek(Doc &d, const std::string &s, bool forward);
+
 // The occurrences of from in text, left to right without overlaps, as a bit vector (lowest bit of
 // each byte first): a 0 for each byte that stays, and for each occurrence a 1 and then a 0 for
 // each byte of its replacement to. An empty from occurs between every two bytes.

@@ -8,6 +8,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/term.h"
+#include "edit/view.h"
 
 void needwindow(int64_t w, int64_t h) {
   if (w >= 7 && h >= 2) return;

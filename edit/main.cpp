@@ -11,6 +11,7 @@
 #include "edit/loop.h"
 #include "edit/term.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 static std::string finddir(const std::string &s) { return s.ends_with("/") ? s : s + "/"; }
 

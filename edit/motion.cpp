@@ -8,6 +8,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/term.h"
+#include "edit/view.h"
 
 // Runs a motion in place and tells whether anything a motion can change has moved.
 static bool moved(void (*motion)(Doc &, bool)) {
@@ -131,14 +132,6 @@ void tolmdocd() {
     d.point = std::min(lenof(d), (d.top + d.edge) / 2);
     return true;
   });
-}
-
-// The start of the screen row that ends with the byte at last: a back scan of up to width - 1
-// bytes for a newline, else a whole row of width bytes, never before offset 0.
-static int64_t rowup(const Doc &d, int64_t last) {
-  for (int64_t i = 1; i < width; i++)
-    if (charat(d, last - i) == 10) return last - i + 1;
-  return std::max<int64_t>(last - width + 1, 0);
 }
 
 void tolmdocu() {

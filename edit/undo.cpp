@@ -9,6 +9,7 @@
 #include "edit/commands.h"
 #include "edit/editor.h"
 #include "edit/term.h"
+#include "edit/view.h"
 
 static Oper *root = nullptr;
 

@@ -9,6 +9,7 @@
 #include "edit/editor.h"
 #include "edit/prompt.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 #include "lang/chars.h"
 #include "lang/parse.h"
 

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "edit/doc.h"
+#include "edit/find.h"
 #include "tests/edit/edittest.h"
 
 namespace {

@@ -6,6 +6,7 @@
 
 #include "edit/editor.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 #include "tests/support.h"
 
 // Opens a document of the given text under name and makes it current.
