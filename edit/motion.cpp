@@ -141,9 +141,12 @@ void tolmdocu() {
     d.edge = d.top;
     d.point = d.top - 1;
     d.top = rowup(d, d.point);
-    for (int64_t r = 1; r <= height - 2 && d.top > 0; r++) {
-      d.top = rowup(d, d.top - 1);
-      if (r == (height - 2) / 2) d.point = d.top;
+    // Then height - 2 rows further up, none past offset 0. The point is the top reached half
+    // way, which is 0 when the walk meets the start of the text before then.
+    int64_t rows = height - 2, half = rows / 2;
+    for (int64_t r = 0; r <= rows; r++) {
+      if (r > 0 && d.top > 0) d.top = rowup(d, d.top - 1);
+      if (r == half) d.point = d.top;
     }
     snaprow(d);
     tolmlog("tolmdocu,e=" + std::to_string(d.point) + "\n");

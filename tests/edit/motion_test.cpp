@@ -89,6 +89,22 @@ TEST_F(Motion, PagesAndTheEndsOfTheText) {
   EXPECT_TRUE(rings("\x1b" "h"));
 }
 
+// Page Up a few lines below the start of a longer text: the walk meets offset 0 before half way,
+// so the point goes to 0 with the screen, and what is typed next goes in front of the text.
+TEST(PageUp, NearTheStartThePointGoesToTheStartOfTheText) {
+  editorreset(20, 10);
+  std::string text;
+  for (int i = 0; i < 40; i++) text += "aa\n";
+  Doc &d = opendoc("/u", text);
+  d.top = 9;
+  d.point = 18;
+  press("\x15");
+  EXPECT_EQ(d.top, 0);
+  EXPECT_EQ(d.point, 0);
+  press("x");
+  EXPECT_EQ(textof(d), "x" + text);
+}
+
 TEST_F(Motion, ByteModeReadsBase64InTheLanguagesOrder) {
   Doc &d = opendoc("/b", std::string(300, '.'));
   for (auto [digits, want] : {std::pair{"s", 20}, {"d_", 256}, {"eb", 300}, {"", 0}}) {
