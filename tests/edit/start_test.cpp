@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "core/file.h"
+#include "core/version.h"
 #include "tests/support.h"
 #include "tests/tmux.h"
 
@@ -23,6 +24,29 @@ TEST(Start, BadNamesStopBeforeTheScreenIsTouched) {
     EXPECT_EQ(c.status, 1) << args;
     EXPECT_EQ(c.out, out);
   }
+}
+
+// Both programs read their options before anything else: an unknown one stops them with nothing
+// on standard output (no screen) and no abort from a terminal they never set up.
+TEST(Start, OptionsOfBothProgramsAndTheEndOfThem) {
+  std::string dir = scratchdir();
+  writefile(dir + "-v", "K 7 8");
+  for (std::string name : {"tolm", "tolmrun"}) {
+    std::string bin = name == "tolm" ? tolm : TOLMRUN_BIN;
+    Child help = runcommand(bin + " x --help");
+    EXPECT_EQ(help.status, 0) << name;
+    EXPECT_TRUE(help.out.starts_with("Usage: " + name + " [OPTION]...")) << help.out;
+    EXPECT_NE(help.out.find("--version"), std::string::npos) << help.out;
+    EXPECT_EQ(runcommand(bin + " -V").out, name + " " + tolmversion + "\n");
+    Child bad = runcommand(bin + " --x --help");
+    EXPECT_EQ(bad.status, 2) << name;
+    EXPECT_EQ(bad.out, "");
+    EXPECT_EQ(bad.err, name + ": unknown option '--x' (try '" + name + " --help')\n");
+  }
+  Child file = runcommand(tolm + " -- --help");  // a file name, which does not exist here
+  EXPECT_EQ(file.status, 1);
+  EXPECT_TRUE(file.out.starts_with("Cannot open file: /")) << file.out;
+  EXPECT_EQ(runcommand("cd " + dir + " && " + TOLMRUN_BIN + " -- -v").out, "7\n");
 }
 
 TEST(Start, AnUnreadableFileIsRefusedLikeAMissingOne) {
