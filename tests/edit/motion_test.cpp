@@ -6,6 +6,21 @@
 
 using Motion = EditorTest<10, 4>;  // three text rows of ten bytes
 
+// A width of 7: a line of 8 bytes is two rows, and a top inside the first rounds up to the second.
+TEST_F(Motion, RowsOfANarrowScreen) {
+  width = 7;
+  Doc d = newdoc("abcdefgh\nxy");
+  EXPECT_EQ(rowafter(d, 0), 7);
+  EXPECT_EQ(rowafter(d, 7), 9);
+  EXPECT_EQ(rowafter(d, 9), 9);
+  d.top = 1;
+  snaprow(d);
+  EXPECT_EQ(d.top, 7);
+  d.top = 0;
+  measure(d);
+  EXPECT_EQ(d.edge, 12);  // three rows: abcdefg, h and its newline, xy and the end
+}
+
 TEST_F(Motion, LineEndsAndSingleBytes) {
   Doc &d = opendoc("/m", "ab\ncd");
   d.point = 4;
