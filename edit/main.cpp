@@ -13,6 +13,7 @@
 #include "edit/term.h"
 #include "edit/undo.h"
 #include "edit/view.h"
+#include "lib/builtins.h"
 
 static std::string finddir(const std::string &s) { return s.ends_with("/") ? s : s + "/"; }
 
@@ -52,6 +53,7 @@ static const char usage[] =
 int main(int argc, char **argv) {
   std::vector<std::string> files = operands(argc, argv, "tolm", usage);
   tolmstart();
+  builtinsinstall();
   homedir = findhome();
   char here[4096];
   must(getcwd(here, sizeof here) != nullptr);

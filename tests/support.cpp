@@ -15,12 +15,14 @@
 #include "edit/term.h"
 #include "edit/undo.h"
 #include "edit/view.h"
+#include "lib/builtins.h"
 
 std::string testlog, testscreen;
 
 namespace {
 struct Capture : ::testing::Environment {
   void SetUp() override {
+    builtinsinstall();
     logcapture = &testlog;
     screencapture = &testscreen;
   }

@@ -8,6 +8,7 @@
 #include "core/file.h"
 #include "core/version.h"
 #include "lang/program.h"
+#include "lib/builtins.h"
 
 static bool readall(int fd, std::string &text) {
   char buf[65536];
@@ -31,6 +32,7 @@ int main(int argc, char **argv) {
     return 2;
   }
   tolmstart();
+  builtinsinstall();
   srand(0);
   std::string name = args[0], text;
   if (name == "-") {
