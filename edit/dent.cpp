@@ -66,6 +66,8 @@ static void replacelines(Doc &d, int64_t w, int64_t end, const std::string &text
   d.point = w;
 }
 
+// The undo log keeps Dent's records as type 7 and calls denttodo and dentundo to apply and
+// reverse them (edit/undo.cpp).
 void denttodo(Oper *o) {
   Doc &d = cur();
   Dent r = unpack(o);

@@ -268,6 +268,8 @@ static Packed unpack(const std::string &data) {
   return p;
 }
 
+// The undo log keeps Swap's records as type 1 and calls these two to apply and reverse them
+// (edit/undo.cpp); the base record of every document has type 1 too, with nothing to replace.
 void swaptodo(Oper *o) {
   Packed p = unpack(o->data);
   swapspan(cur(), o->w, p.end, p.from, p.to, p.bits);

@@ -7,7 +7,7 @@
 #include "edit/doc.h"
 
 // The text at which the search of Find failed, empty while it succeeds; in Swap the search text
-// while the replacement is typed. It is the same string as listdir.
+// while the replacement is typed. It is the same string as listdir (edit/files.h).
 extern std::string &failtext;
 
 // One step of the matcher of pattern s (at most 63 bytes) over the text byte c. Bit i of the state

@@ -36,7 +36,8 @@ void logvows();
 void logdent(unsigned char b);
 
 // Types 1 (Swap, also every base record), 3 (the sort of definitions, which is reversed here from
-// the text it keeps) and 7 (Dent) are applied and reversed by their commands.
+// the text it keeps) and 7 (Dent) are applied and reversed by their commands: edit/find.cpp,
+// edit/vows.cpp and edit/dent.cpp hold these.
 void swaptodo(Oper *o);
 void swapundo(Oper *o);
 void vowstodo(Oper *o);
