@@ -2,8 +2,6 @@
 // the leaves are null. Insertion and removal rebalance as in the textbook; nothing is copied.
 #include "edit/optree.h"
 
-#include "core/base.h"
-
 static Oper *root = nullptr;
 
 static int order(const Oper *a, const std::string &name, int64_t v) {
