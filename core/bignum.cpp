@@ -433,6 +433,19 @@ size_t binmulword(uint64_t *r, const uint64_t *a, size_t na, uint64_t m) {
   return trimmed(r, na + 1);
 }
 
+uint64_t bindivword(uint64_t *q, const uint64_t *a, size_t na, uint64_t d) {
+  must(d != 0);
+  int s = std::countl_zero(d);
+  uint64_t dn = d << s, inv = inverseof(dn), rem = 0;
+  for (size_t i = na; i-- > 0;) {
+    u128 x = (((u128)rem << 64) | a[i]) << s;
+    uint64_t w = divword((uint64_t)(x >> 64), (uint64_t)x, dn, inv, rem);
+    if (q) q[i] = w;
+    rem >>= s;
+  }
+  return rem;
+}
+
 // ---- Division.
 
 // Long division of a by b (b at least two words, a >= b), with Knuth's normalising factor so that

@@ -55,6 +55,8 @@ int bincmp(const uint64_t *a, size_t na, const uint64_t *b, size_t nb);
 size_t binadd(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb);
 size_t binsub(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb);  // a >= b
 size_t binmulword(uint64_t *r, const uint64_t *a, size_t na, uint64_t m);
+// a / d into q (na words, q may be a, or null for the remainder alone); gives the remainder.
+uint64_t bindivword(uint64_t *q, const uint64_t *a, size_t na, uint64_t d);
 
 // The exact column sums of a product, col[k] = sum of a[i] * b[j] over i + j = k, from transforms
 // modulo three primes; the products above the transform threshold carry them into their base.

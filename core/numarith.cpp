@@ -253,6 +253,8 @@ Int negated(Int x) {
 
 bool isone(const Limbs &m) { return m.size() == 1 && m[0] == 1; }
 
+const uint64_t one = 1;
+
 }  // namespace
 
 CellRef intadd(const CellRef &a, const CellRef &b) { return addsigned(wordsof(a), wordsof(b), false); }
@@ -272,25 +274,40 @@ CellRef intmul(const CellRef &a, const CellRef &b) {
 }
 
 // The quotient's magnitude rounds down when the signs agree and up when they differ, so that the
-// signed quotient is the floor.
+// signed quotient is the floor. A divisor of one word divides in place into the result's leaf.
 CellRef intdiv(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
-  if (y.mag.empty()) return CellRef("Z");
-  Limbs q, r;
-  bigdivmod<Bin>(x.mag, y.mag, q, r);
+  Intwords x = wordsof(a), y = wordsof(b);
+  if (y.n == 0) return CellRef("Z");
   bool differ = x.minus != y.minus;
-  if (differ && !r.empty()) q = bigaddsmall<Bin>(q, 1);
-  return intleaf(Int{differ, q});
+  if (y.n == 1) {
+    Numberroom r = numberroom(x.n + 1);
+    bool rest = bindivword(r.w, x.w, x.n, y.w[0]) != 0;
+    r.w[x.n] = 0;
+    size_t n = x.n;
+    while (n && r.w[n - 1] == 0) n--;
+    if (differ && rest) n = binadd(r.w, r.w, n, &one, 1);
+    return numberdone(r, differ, n);
+  }
+  Limbs q, rest;
+  bigdivmod<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n), q, rest);
+  if (differ && !rest.empty()) q = bigaddsmall<Bin>(q, 1);
+  return wordsleaf(differ, q);
 }
 
-// The remainder that goes with the floor quotient: it takes the sign of the divisor.
+// The remainder that goes with the floor quotient: it takes the sign of the divisor. A divisor
+// of one word needs no quotient at all.
 CellRef intmod(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
-  if (y.mag.empty()) return CellRef("Z");
+  Intwords x = wordsof(a), y = wordsof(b);
+  if (y.n == 0) return CellRef("Z");
   Limbs q, r;
-  bigdivmod<Bin>(x.mag, y.mag, q, r);
-  if (!r.empty() && x.minus != y.minus) r = bigsub<Bin>(y.mag, r);
-  return intleaf(Int{y.minus, r});
+  if (y.n == 1) {
+    uint64_t rest = bindivword(nullptr, x.w, x.n, y.w[0]);
+    if (rest) r.push_back(rest);
+  } else {
+    bigdivmod<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n), q, r);
+  }
+  if (!r.empty() && x.minus != y.minus) r = bigsub<Bin>(Limbs(y.w, y.w + y.n), r);
+  return wordsleaf(y.minus, r);
 }
 
 // A negative exponent gives the floor of 1 / a^n, as the quotient would: 0 or -1 unless a is 1
@@ -308,9 +325,9 @@ CellRef intpow(const CellRef &a, const CellRef &b) {
 }
 
 int intcompare(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
+  Intwords x = wordsof(a), y = wordsof(b);
   if (x.minus != y.minus) return x.minus ? -1 : 1;
-  int c = bigcmp(x.mag, y.mag);
+  int c = bincmp(x.w, x.n, y.w, y.n);
   return x.minus ? -c : c;
 }
 

@@ -363,7 +363,8 @@ int equal(const CellRef &app) {
   switch (t.ca) {
     case 'a':
       return postview(t.a) == postview(t.b);
-    case 'i':
+    case 'i':  // two leaves have equal text exactly when their values are equal
+      if (isleafcell(t.a.get()) && isleafcell(t.b.get())) return intcompare(t.a, t.b) == 0;
       return equaltext(t.a) == equaltext(t.b);
     case 'o':
       return numbertext(t.a) == numbertext(t.b);

@@ -106,6 +106,8 @@ TEST_F(Operators, BigIntegersReachTheIntegerRoutines) {
   EXPECT_EQ(ranhere("(0-" + a + ")%" + b), refsub(b, r));
   EXPECT_EQ(ranhere("7^77"), refpow("7", 77));
   EXPECT_EQ(ranhere("(0-3)^101"), "0" + refpow("3", 101));
+  expectprinted({{"(7^40)=(7^40)", "K"}, {"(7^40)=(0-(7^40))", "H"}, {"(7^40)#(7^40+1)", "K"},
+                 {"(7^40)<(7^40+1)", "K"}, {"(0-(7^40))>(0-(7^40))", "K"}, {"(lots (0-(7^40)))=(7^40)", "K"}});
 }
 
 
