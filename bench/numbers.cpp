@@ -1,8 +1,8 @@
 // Times the number engine on operands of 1,000, 10,000 and 100,000 decimal digits against python3
 // on the same operands in the same run: sums, products, floor quotients, powers of two, and the
 // conversions between decimal text and binary; then the integer routines on digit leaves, the
-// operators on word integers, factorials built one word factor at a time, and the element access
-// words on short and long posts and texts.
+// operators on word integers, factorials built one word factor at a time, other loops over big
+// integers, and the element access words on short and long posts and texts.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -70,6 +70,17 @@ def fact(n):
 for n in (1000, 10000):
     print("fact", n, timeit(lambda: fact(n)), flush=True)
     print("facttext", n, timeit(lambda: str(fact(n))), flush=True)
+def fib(n):
+    a, b = 0, 1
+    for _ in range(n): a, b = b, a + b
+    return a
+print("fib", 20000, timeit(lambda: fib(20000)), flush=True)
+def digits(n):
+    s = 0
+    while n: s, n = s + n % 10, n // 10
+    return s
+big = 7 ** 2000
+print("digitsum", 2000, timeit(lambda: digits(big)), flush=True)
 for n in (10, 1000000):
     p = bytes(n)
     print("look", n, timeit(lambda: p[7]), flush=True)
@@ -201,6 +212,32 @@ int main() {
     printf("%-8s %8d %12s %12s %7.1fx\n", "fact", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
     ours = timeit([&] { celltext(fact()); }), theirs = python["facttext " + std::to_string(n)];
     printf("%-8s %8d %12s %12s %7.1fx\n", "+text", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+  }
+
+  // Sums of big integers (Fibonacci of 20,000 by iteration), and quotients and remainders of a
+  // big integer by a word (the digit sum of 7^2000 by repeated division by 10).
+  printf("\nOther loops over big integers:\n");
+  {
+    builtinrow plus = builtins()["plus"], over = builtins()["over"], cent = builtins()["cent"];
+    auto fib = [&] {
+      CellRef a("0"), b("1");
+      for (int i = 0; i < 20000; i++) {
+        CellRef next = plus.run(cellpair3(CellRef("plus"), a, b));
+        a = std::move(b), b = std::move(next);
+      }
+    };
+    double ours = timeit(fib), theirs = python["fib 20000"];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "fib", 20000, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+    CellRef big = intpow(CellRef("7"), CellRef("2000")), ten("10");
+    auto digitsum = [&] {
+      CellRef n = big, sum("0");
+      while (!leafis(n.get(), "0")) {
+        sum = plus.run(cellpair3(CellRef("plus"), sum, cent.run(cellpair3(CellRef("cent"), n, ten))));
+        n = over.run(cellpair3(CellRef("over"), n, ten));
+      }
+    };
+    ours = timeit(digitsum), theirs = python["digitsum 2000"];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "digitsum", 2000, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
   }
 
   // One element and the length of posts and texts of 10 and of 1,000,000 bytes.

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#if defined(__x86_64__)
+#include <x86intrin.h>
+#endif
 
 #include "core/base.h"
 
@@ -116,6 +119,46 @@ static uint64_t subn(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *
     for (; i < na; i++) r[i] = a[i];
   return c;
 }
+
+// Binary runs add and subtract four words a step with the processor's carry, which the generic
+// form above leaves to the compiler to find.
+#if defined(__x86_64__)
+template <>
+uint64_t addn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  unsigned char c = 0;
+  size_t i = 0;
+  unsigned long long *t = (unsigned long long *)r;
+  for (; i + 4 <= nb; i += 4) {
+    c = _addcarry_u64(c, a[i], b[i], &t[i]);
+    c = _addcarry_u64(c, a[i + 1], b[i + 1], &t[i + 1]);
+    c = _addcarry_u64(c, a[i + 2], b[i + 2], &t[i + 2]);
+    c = _addcarry_u64(c, a[i + 3], b[i + 3], &t[i + 3]);
+  }
+  for (; i < nb; i++) c = _addcarry_u64(c, a[i], b[i], &t[i]);
+  for (; i < na && c; i++) c = _addcarry_u64(c, a[i], 0, &t[i]);
+  if (r != a)
+    for (; i < na; i++) r[i] = a[i];
+  return c;
+}
+
+template <>
+uint64_t subn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  unsigned char c = 0;
+  size_t i = 0;
+  unsigned long long *t = (unsigned long long *)r;
+  for (; i + 4 <= nb; i += 4) {
+    c = _subborrow_u64(c, a[i], b[i], &t[i]);
+    c = _subborrow_u64(c, a[i + 1], b[i + 1], &t[i + 1]);
+    c = _subborrow_u64(c, a[i + 2], b[i + 2], &t[i + 2]);
+    c = _subborrow_u64(c, a[i + 3], b[i + 3], &t[i + 3]);
+  }
+  for (; i < nb; i++) c = _subborrow_u64(c, a[i], b[i], &t[i]);
+  for (; i < na && c; i++) c = _subborrow_u64(c, a[i], 0, &t[i]);
+  if (r != a)
+    for (; i < na; i++) r[i] = a[i];
+  return c;
+}
+#endif
 
 static int cmpn(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   na = trimmed(a, na);
