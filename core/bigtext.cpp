@@ -158,9 +158,19 @@ static Limbs words(const Limbs &a, size_t from, size_t to) {
 }
 
 Limbs dectobin(const Limbs &d) {
-  if (d.size() < bigtuning.convert) {
-    Limbs b;
-    for (size_t i = d.size(); i-- > 0;) b = bigaddsmall<Bin>(bigmulsmall<Bin>(b, Dec::base), d[i]);
+  if (d.size() < bigtuning.convert) {  // b = b * 10^19 + the next word down, in place
+    Limbs b(d.size(), 0);
+    size_t n = 0;
+    for (size_t i = d.size(); i-- > 0;) {
+      uint64_t carry = d[i];
+      for (size_t j = 0; j < n; j++) {
+        unsigned __int128 p = (unsigned __int128)b[j] * Dec::base + carry;
+        b[j] = (uint64_t)p;
+        carry = (uint64_t)(p >> 64);
+      }
+      if (carry) b[n++] = carry;
+    }
+    b.resize(n);
     return b;
   }
   static std::vector<Limbs> cache;
