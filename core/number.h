@@ -37,6 +37,8 @@ CellRef digitsrest(const CellRef &t);
 
 // An integer digit leaf whose value fits a signed word gives that value, read straight from its
 // digits; anything else (a pair, another leaf, an exact number, a larger integer) gives false.
+// Code that only wants a word asks this rather than reading the text: reading the text of a large
+// result writes all its digits (core/numberleaf.h), which this never does.
 bool smallint(const Cell *c, int64_t &v);
 
 uint64_t lowword(const CellRef &t);
