@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <malloc.h>
 #include <sys/mman.h>
 #include <utility>
 #include <vector>
@@ -66,8 +67,9 @@ static void givesmall(Cell *c) {
 
 static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
-Cell *newleafspace(size_t n, unsigned char first) {
-  void *block = n <= smalltext ? (void *)takesmall() : malloc(offsetof(Cell, left) + n + 1);
+Cell *newleafspace(size_t n, unsigned char first, size_t room) {
+  room = room > n ? room : n;
+  void *block = room <= smalltext ? (void *)takesmall() : malloc(offsetof(Cell, left) + room + 1);
   must(block != nullptr);
   cellsmade++;
   Cell *c = (Cell *)block;
@@ -78,6 +80,13 @@ Cell *newleafspace(size_t n, unsigned char first) {
   if ((isdigitbyte(first) || first == '[') && n < fieldmax) c->word |= (uint64_t)n << fieldshift;
   if (first == '[') c->word |= 0x40ull << 56;
   return c;
+}
+
+size_t leafroom(const Cell *c) {
+#ifndef TOLM_PLAINHEAP
+  if ((const char *)c >= poolstart && (const char *)c < poolend) return smalltext;
+#endif
+  return malloc_usable_size((void *)c) - offsetof(Cell, left) - 1;
 }
 
 Cell *newleaf(const char *text, size_t n) {

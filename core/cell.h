@@ -75,10 +75,12 @@ inline void settop(Cell *c, uint8_t top) { c->word = (c->word & ~(0xFFull << 56)
 // read the digits of their results.
 constexpr uint8_t plainleaftop = 0xB5;
 
-// A leaf with room for n text bytes and the NUL after them, whose text begins with first; the
-// caller writes the rest. newleaf copies a whole text in.
-Cell *newleafspace(size_t n, unsigned char first);
+// A leaf with room for n text bytes and the NUL after them, or for room bytes when that is more,
+// whose text begins with first; the caller writes the rest. newleaf copies a whole text in.
+Cell *newleafspace(size_t n, unsigned char first, size_t room = 0);
 Cell *newleaf(const char *text, size_t n);
+// The text bytes a leaf's block can hold before the NUL: at least its length.
+size_t leafroom(const Cell *c);
 Cell *newpair(Cell *left, Cell *right);  // takes over one count of each child
 void cellfree(Cell *c);                  // the count has reached 0
 
