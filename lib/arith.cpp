@@ -157,14 +157,43 @@ bool smallpow(int64_t a, int64_t e, int64_t &r) {
 
 // ---- plus
 
+// Two texts joined. A first text that only this application holds, a leaf with room for both,
+// takes the second on its end in place and is itself the answer: nothing else can see it change.
+// A join whose first text is held only here is made with room to spare, so that a text grown by
+// one join after another costs its length once and not at every join.
+CellRef jointexts(bool alone, const CellRef &a, const CellRef &b) {
+  std::string tail = datatext(b);
+  Cell *c = a.get();
+  size_t la = isleafcell(c) ? celllenof(c) : 0, n = la + tail.size();
+  if (alone && la >= 2 && leafroom(c) >= n) {
+    char *t = textof(c);
+    memcpy(t + la - 1, tail.data(), tail.size());
+    t[n - 1] = ']';
+    t[n] = 0;
+    setfield(c, n < fieldmax ? n : 0);
+    return a;
+  }
+  std::string head = datatext(a);
+  n = head.size() + tail.size() + 2;
+  Cell *r = newleafspace(n, '[', alone ? 2 * n : n);
+  char *t = rawtext(r);
+  memcpy(t + 1, head.data(), head.size());
+  memcpy(t + 1 + head.size(), tail.data(), tail.size());
+  t[n - 1] = ']';
+  return CellRef(r);
+}
+
 CellRef tolmplus(CellRef app) {
   int64_t x, y, r;
   if (smalltwo(app, x, y) && !__builtin_add_overflow(x, y, &r)) return fromword(r);
+  // Held only here: the application, its left part (a partial application may be shared) and the
+  // first argument each have no other holder.
+  bool alone = countof(app.get()) == 1 && countof(app->left) == 1 && countof(argof(app.get(), 2, 0)) == 1;
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
   if (ca == 'a' && cb == 'a') return mkblob(blobbytes(t.a) + blobbytes(t.b));
-  if (ca == 'u' && cb == 'u') return databox(datatext(t.a) + datatext(t.b));
+  if (ca == 'u' && cb == 'u') return jointexts(alone, t.a, t.b);
   if (ca == 'e' && cb == 'e') return fromreal(realvalue(t.a) + realvalue(t.b));
   if (ca == 'i' && cb == 'i') return intadd(t.a, t.b);
   if (ca == 'o' && cb == 'o') return numbadd(t.a, t.b);

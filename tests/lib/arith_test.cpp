@@ -28,6 +28,14 @@ TEST_F(Operators, PlusJoinsAsSoonAsBytesTakePart) {
           {"init[x]+[y]", "Z"}, {"[y]+init[x]", "Z"}, {"[x]+002", "[x2]"}, {"(0-5)+[a]", "[5a]"}});
 }
 
+// A text that only the join holds grows in place; a text held anywhere else, through a binding or
+// inside a partial application used twice, is never changed by a join.
+TEST_F(Operators, JoinsChangeNoTextThatAnotherHolds) {
+  expectprinted({{"s{[ab]+[cd]}(s+[e])+s", "[abcdeabcd]"}, {"f{plus ([a]+[b])}(f [c])+(f [d])", "[abcabd]"},
+                 {"x{[a]+[b]}raws x (x+[c])", "H"}, {"build 3 [x],build\\n\\s\\(n=0)s(build(n-1)(s+[ab]))", "[xababab]"},
+                 {"strlen (build 300 []),build\\n\\s\\(n=0)s(build(n-1)(s+[ab]))", "602"}});
+}
+
 TEST_F(Operators, PlusOnNumbersWidensToTheExactOrTheReal) {
   expectprinted({{"(real[1.5])+(real 2)", "real[3.500000e+00]"}, {"003+003", "005"}, {"1+(real[0.5])", "real[1.500000e+00]"},
           {"002+(real 1)", "real[1.500000e+00]"}, {"1+002", "003"}, {"2+002", "006"}, {"(lots 5)+(lots 7)", "12"},
