@@ -39,7 +39,7 @@ inline const char *rawtext(const Cell *c) { return (const char *)&c->left; }
 inline char *rawtext(Cell *c) { return (char *)&c->left; }
 inline bool digitspending(const Cell *c) {
   const char *t = rawtext(c);
-  return isleafcell(c) && t[1] == 1 && (unsigned char)(t[0] - '0') <= 9;
+  return isleafcell(c) && (unsigned char)(t[0] - '0') <= 9 && t[1] == 1;  // a digit has a second byte
 }
 void numberwrite(Cell *c);  // writes the pending digits over the words
 // The text of a leaf, its digits written first if they are pending.

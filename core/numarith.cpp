@@ -227,11 +227,9 @@ Int intof(const CellRef &t) {
   return Int{x.minus, x.own.empty() ? Limbs(x.w, x.w + x.n) : std::move(x.own)};
 }
 
-Intwords wordsof(const CellRef &t) {
+void wordsof(const CellRef &t, Intwords &x) {
   needint(t);
-  Intwords x;
   intwords(t.get(), x);
-  return x;
 }
 
 CellRef intleaf(const Int &x) { return wordsleaf(x.minus, x.mag); }
@@ -257,12 +255,22 @@ const uint64_t one = 1;
 
 }  // namespace
 
-CellRef intadd(const CellRef &a, const CellRef &b) { return addsigned(wordsof(a), wordsof(b), false); }
-CellRef intsub(const CellRef &a, const CellRef &b) { return addsigned(wordsof(a), wordsof(b), true); }
+CellRef intadd(const CellRef &a, const CellRef &b) {
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  return addsigned(x, y, false);
+}
+
+CellRef intsub(const CellRef &a, const CellRef &b) {
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  return addsigned(x, y, true);
+}
 CellRef intneg(const CellRef &a) { return intleaf(negated(intof(a))); }
 
 CellRef intmul(const CellRef &a, const CellRef &b) {
-  Intwords x = wordsof(a), y = wordsof(b);
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
   bool minus = x.minus != y.minus;
   if (x.n == 0 || y.n == 0) return wordsleaf(false, Limbs{});
   if (x.n == 1 || y.n == 1) {
@@ -276,7 +284,8 @@ CellRef intmul(const CellRef &a, const CellRef &b) {
 // The quotient's magnitude rounds down when the signs agree and up when they differ, so that the
 // signed quotient is the floor. A divisor of one word divides in place into the result's leaf.
 CellRef intdiv(const CellRef &a, const CellRef &b) {
-  Intwords x = wordsof(a), y = wordsof(b);
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
   if (y.n == 0) return CellRef("Z");
   bool differ = x.minus != y.minus;
   if (y.n == 1) {
@@ -297,7 +306,8 @@ CellRef intdiv(const CellRef &a, const CellRef &b) {
 // The remainder that goes with the floor quotient: it takes the sign of the divisor. A divisor
 // of one word needs no quotient at all.
 CellRef intmod(const CellRef &a, const CellRef &b) {
-  Intwords x = wordsof(a), y = wordsof(b);
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
   if (y.n == 0) return CellRef("Z");
   Limbs q, r;
   if (y.n == 1) {
@@ -325,7 +335,8 @@ CellRef intpow(const CellRef &a, const CellRef &b) {
 }
 
 int intcompare(const CellRef &a, const CellRef &b) {
-  Intwords x = wordsof(a), y = wordsof(b);
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
   if (x.minus != y.minus) return x.minus ? -1 : 1;
   int c = bincmp(x.w, x.n, y.w, y.n);
   return x.minus ? -c : c;

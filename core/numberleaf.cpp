@@ -126,7 +126,10 @@ void intwords(const Cell *c, Intwords &x) {
   x.own.clear();
   if (smallint(c, v)) {
     x.minus = v < 0;
-    if (v) x.own.push_back(v < 0 ? 0 - (uint64_t)v : (uint64_t)v);
+    x.word = v < 0 ? 0 - (uint64_t)v : (uint64_t)v;
+    x.w = &x.word;
+    x.n = v != 0;
+    return;
   } else if (digitspending(c)) {
     x.minus = rawtext(c)[0] == '0';
     x.w = keptat(c, x.n);

@@ -5,12 +5,17 @@
 #include "core/cell.h"
 
 // The sign and the magnitude in binary words of an integer: where a leaf keeps its words they are
-// read in place; a word, digits and a list of bits are read into own.
+// read in place, a value that fits a word stands in word, and digits and a list of bits are read
+// into own. w may point into the record itself, which is therefore never copied.
 struct Intwords {
   bool minus = false;
   const uint64_t *w = nullptr;
   size_t n = 0;  // no zero word on top; zero has none
+  uint64_t word = 0;
   Limbs own;
+  Intwords() = default;
+  Intwords(const Intwords &) = delete;
+  Intwords &operator=(const Intwords &) = delete;
 };
 void intwords(const Cell *c, Intwords &x);  // c passes intform
 
