@@ -121,42 +121,36 @@ static uint64_t subn(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *
 }
 
 // Binary runs add and subtract four words a step with the processor's carry, which the generic
-// form above leaves to the compiler to find.
+// form above leaves to the compiler to find. step is the one or the other intrinsic.
 #if defined(__x86_64__)
-template <>
-uint64_t addn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+template <class Step>
+static uint64_t carryrun(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb, Step step) {
   unsigned char c = 0;
   size_t i = 0;
   unsigned long long *t = (unsigned long long *)r;
   for (; i + 4 <= nb; i += 4) {
-    c = _addcarry_u64(c, a[i], b[i], &t[i]);
-    c = _addcarry_u64(c, a[i + 1], b[i + 1], &t[i + 1]);
-    c = _addcarry_u64(c, a[i + 2], b[i + 2], &t[i + 2]);
-    c = _addcarry_u64(c, a[i + 3], b[i + 3], &t[i + 3]);
+    c = step(c, a[i], b[i], &t[i]);
+    c = step(c, a[i + 1], b[i + 1], &t[i + 1]);
+    c = step(c, a[i + 2], b[i + 2], &t[i + 2]);
+    c = step(c, a[i + 3], b[i + 3], &t[i + 3]);
   }
-  for (; i < nb; i++) c = _addcarry_u64(c, a[i], b[i], &t[i]);
-  for (; i < na && c; i++) c = _addcarry_u64(c, a[i], 0, &t[i]);
+  for (; i < nb; i++) c = step(c, a[i], b[i], &t[i]);
+  for (; i < na && c; i++) c = step(c, a[i], 0, &t[i]);
   if (r != a)
     for (; i < na; i++) r[i] = a[i];
   return c;
 }
 
 template <>
+uint64_t addn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  auto add = [](unsigned char c, uint64_t x, uint64_t y, unsigned long long *to) { return _addcarry_u64(c, x, y, to); };
+  return carryrun(r, a, na, b, nb, add);
+}
+
+template <>
 uint64_t subn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
-  unsigned char c = 0;
-  size_t i = 0;
-  unsigned long long *t = (unsigned long long *)r;
-  for (; i + 4 <= nb; i += 4) {
-    c = _subborrow_u64(c, a[i], b[i], &t[i]);
-    c = _subborrow_u64(c, a[i + 1], b[i + 1], &t[i + 1]);
-    c = _subborrow_u64(c, a[i + 2], b[i + 2], &t[i + 2]);
-    c = _subborrow_u64(c, a[i + 3], b[i + 3], &t[i + 3]);
-  }
-  for (; i < nb; i++) c = _subborrow_u64(c, a[i], b[i], &t[i]);
-  for (; i < na && c; i++) c = _subborrow_u64(c, a[i], 0, &t[i]);
-  if (r != a)
-    for (; i < na; i++) r[i] = a[i];
-  return c;
+  auto sub = [](unsigned char c, uint64_t x, uint64_t y, unsigned long long *to) { return _subborrow_u64(c, x, y, to); };
+  return carryrun(r, a, na, b, nb, sub);
 }
 #endif
 
