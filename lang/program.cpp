@@ -10,6 +10,7 @@
 #include "lang/analysis.h"
 #include "lang/chars.h"
 #include "lang/eval.h"
+#include "lang/lambda.h"
 #include "lang/print.h"
 
 namespace {

@@ -96,13 +96,6 @@ Outcome unitfunky(const Defmap &defs) {
   return Outcome();
 }
 
-std::vector<std::string> refsof(const CellRef &term) {
-  std::vector<std::string> out;
-  CellRef refs = globalrefs(term);
-  for (Cell *c = refs.get(); !isleafcell(c); c = c->right) out.push_back(celltextof(c->left));
-  return out;
-}
-
 Outcome unitletters(const std::string &name, CellRef &term) {
   std::optional<CellRef> renamed = wordlocals(name, term);
   if (!renamed) return fails(name, -1, "Place", name.empty() ? "Place error." : "Place error in function " + name + ".");
