@@ -119,7 +119,23 @@ CellRef rebuildwalk(Cell *root, int mode, Open open, Close close) {
 }
 }  // namespace
 
+// Whether a cell of the term passes the test, by a walk that makes nothing.
+template <class Test>
+static bool anycell(Cell *t, Test test) {
+  std::vector<Cell *> todo{t};
+  while (!todo.empty()) {
+    Cell *c = todo.back();
+    todo.pop_back();
+    if (test(c)) return true;
+    if (!isleafcell(c)) todo.insert(todo.end(), {c->right, c->left});
+  }
+  return false;
+}
+
+static bool quoted(Cell *c) { return !isleafcell(c) && isleafcell(c->left) && headbyte(c->left) == '`'; }
+
 CellRef unquote(const CellRef &t) {
+  if (!anycell(t.get(), quoted)) return t;
   auto open = [](Cell *c, int) {
     if (isleafcell(c)) return at(CellRef(c));
     if (isleafcell(c->left) && headbyte(c->left) == '`') return parts({{c->right, 0}});
@@ -133,14 +149,21 @@ CellRef unquote(const CellRef &t) {
   return rebuildwalk(t.get(), 0, open, close);
 }
 
-// A binding whose binder is a pair of two names becomes three bindings: the value under the
-// second name, then the first name bound to its first part, then the second to its second part.
-static CellRef unpairone(CellRef r) {
-  if (shapeof(r) != 'i') return r;
+// A binding whose binder is a pair of two names. Its children never change that: a binder of two
+// leaves and the pair of "{" with it come back from the walk as they were.
+static bool pairpattern(Cell *r) {
+  if (shapeof(r) != 'i') return false;
   Cell *p = r->left->left->right;
-  if (isleafcell(p) || !isleafcell(p->left) || !isleafcell(p->right)) return r;
+  if (isleafcell(p) || !isleafcell(p->left) || !isleafcell(p->right)) return false;
+  return isname(celltextof(p->left)) && isname(celltextof(p->right));
+}
+
+// A binding with a pair pattern becomes three bindings: the value under the second name, then the
+// first name bound to its first part, then the second to its second part.
+static CellRef unpairone(CellRef r) {
+  if (!pairpattern(r.get())) return r;
+  Cell *p = r->left->left->right;
   CellRef x(p->left), y(p->right);
-  if (!isname(celltext(x)) || !isname(celltext(y))) return r;
   CellRef e(r->left->right), b(r->right), brace(r->left->left->left);
   std::string core = namecore(celltext(y));
   CellRef second = cellpair4(brace, y, cellpair(CellRef(core), CellRef("H")), b);
@@ -149,6 +172,7 @@ static CellRef unpairone(CellRef r) {
 }
 
 CellRef unpair(const CellRef &t) {
+  if (!anycell(t.get(), pairpattern)) return t;
   auto open = [](Cell *c, int) { return isleafcell(c) ? at(CellRef(c)) : parts({{c->left, 0}, {c->right, 0}}); };
   auto close = [](Cell *c, int, CellRef *r) { return unpairone(rebuild(c, std::move(r[0]), std::move(r[1]))); };
   return rebuildwalk(t.get(), 0, open, close);
@@ -185,20 +209,23 @@ std::vector<std::string> refsof(const CellRef &term) {
   enum Op { visit, bind, unbind };
   std::vector<std::pair<Cell *, Op>> todo{{term.get(), visit}};
   std::unordered_map<std::string, int> bound;
+  size_t binders = 0;  // binders around the cell in work
   std::vector<std::string> out;
   while (!todo.empty()) {
     auto [c, op] = todo.back();
     todo.pop_back();
     if (op != visit) {
       bound[namecore(celltextof(c))] += op == bind ? 1 : -1;
+      binders += op == bind ? 1 : -1;
       continue;
     }
     if (isleafcell(c)) {
+      unsigned char h = headbyte(c);
+      if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) continue;
       std::string text = celltextof(c);
-      if (isleafname(text) && text[0] != '{' && text[0] != '\\') {
-        auto b = bound.find(text);
-        if (b == bound.end() || b->second == 0) out.push_back(std::move(text));
-      }
+      if (!isleafname(text)) continue;
+      auto b = binders ? bound.find(text) : bound.end();
+      if (b == bound.end() || b->second == 0) out.push_back(std::move(text));
       continue;
     }
     char shape = shapeof(c);

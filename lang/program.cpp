@@ -4,6 +4,9 @@
 
 #include <map>
 #include <set>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/tables.h"
@@ -26,11 +29,21 @@ CellRef builtinstub(int arity) {
   return body;
 }
 
+// The global names each definition refers to, found once for liveness and pruning. The keys are
+// the names in the definition table, which neither step changes.
+using Refs = std::unordered_map<std::string_view, std::vector<std::string>>;
+
+Refs allrefs() {
+  Refs refs;
+  for (const auto &[name, term] : deftable()) refs.emplace(name, refsof(term));
+  return refs;
+}
+
 // Every name reachable from the main expression must be defined; the smallest waiting name is
 // taken first, and a missing one is reported with the definition that named it.
-Outcome alive() {
+Outcome alive(const Refs &refs) {
   std::map<std::string, std::string> work{{"", "nowhere"}};
-  std::set<std::string> seen;
+  std::unordered_set<std::string> seen;
   Defs &defs = deftable();
   while (!work.empty()) {
     auto [m, f] = *work.begin();
@@ -42,25 +55,26 @@ Outcome alive() {
       std::string by = f.empty() ? "TOP" : f;
       return fails(swapnewline(m), "Alive", "Alive function [" + by + "] references undefined [" + swapnewline(m) + "].");
     }
-    for (const std::string &n : refsof(d->second))
+    for (const std::string &n : refs.at(d->first))
       if (!seen.count(n)) work[n] = m;
   }
   return Outcome();
 }
 
 // Definitions that name something undefined go, with every definition that names one of them.
-void prune() {
+void prune(const Refs &refs) {
   Defs &defs = deftable();
-  std::map<std::string, std::vector<std::string>> referrers;
   std::vector<std::string> todo;
-  for (const auto &[name, term] : defs) {
-    bool broken = false;
-    for (const std::string &n : refsof(term)) {
-      referrers[n].push_back(name);
-      broken = broken || !defs.count(n);
-    }
-    if (broken) todo.push_back(name);
-  }
+  for (const auto &[name, names] : refs)
+    for (const std::string &n : names)
+      if (!defs.count(n)) {
+        todo.emplace_back(name);
+        break;
+      }
+  if (todo.empty()) return;
+  std::map<std::string, std::vector<std::string>> referrers;
+  for (const auto &[name, names] : refs)
+    for (const std::string &n : names) referrers[n].emplace_back(name);
   std::set<std::string> gone(todo.begin(), todo.end());
   while (!todo.empty()) {
     std::string n = todo.back();
@@ -107,9 +121,11 @@ Outcome textcheck() {
   defs.insert_or_assign("_", CellRef(layoutsource()));
   unittidy(defs);
   Outcome o = unitfunky(defs);
-  if (!failed(o)) o = alive();
   if (failed(o)) return o;
-  prune();
+  Refs refs = allrefs();
+  o = alive(refs);
+  if (failed(o)) return o;
+  prune(refs);
   o = eachdef(unitletters);
   if (!failed(o)) o = eachdef([](const std::string &n, CellRef &t) { return unitarity(n, t); });
   if (failed(o)) return o;
