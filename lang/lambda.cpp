@@ -3,7 +3,9 @@
 #include "lang/lambda.h"
 
 #include <algorithm>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/base.h"
@@ -210,7 +212,7 @@ std::vector<std::string> refsof(const CellRef &term) {
   std::vector<std::pair<Cell *, Op>> todo{{term.get(), visit}};
   std::unordered_map<std::string, int> bound;
   size_t binders = 0;  // binders around the cell in work
-  std::vector<std::string> out;
+  std::unordered_set<std::string_view> found;  // views of leaf texts, alive while the term is
   while (!todo.empty()) {
     auto [c, op] = todo.back();
     todo.pop_back();
@@ -222,10 +224,10 @@ std::vector<std::string> refsof(const CellRef &term) {
     if (isleafcell(c)) {
       unsigned char h = headbyte(c);
       if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) continue;
-      std::string text = celltextof(c);
-      if (!isleafname(text)) continue;
-      auto b = binders ? bound.find(text) : bound.end();
-      if (b == bound.end() || b->second == 0) out.push_back(std::move(text));
+      std::string_view text(textof(c));
+      if (found.count(text) || !isleafname(std::string(text))) continue;
+      auto b = binders ? bound.find(std::string(text)) : bound.end();
+      if (b == bound.end() || b->second == 0) found.insert(text);
       continue;
     }
     char shape = shapeof(c);
@@ -238,8 +240,8 @@ std::vector<std::string> refsof(const CellRef &term) {
       todo.insert(todo.end(), {{c->right, visit}, {c->left, visit}});
     }
   }
+  std::vector<std::string> out(found.begin(), found.end());
   std::sort(out.begin(), out.end());
-  out.erase(std::unique(out.begin(), out.end()), out.end());
   return out;
 }
 
