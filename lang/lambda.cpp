@@ -256,22 +256,21 @@ CellRef globalrefs(const CellRef &t) {
 // leaf right of a leaf "{" or "\", and what stands below a binder is not looked into.
 static CellRef binders(const CellRef &t, bool letters) {
   std::vector<Cell *> todo{t.get()}, found;
+  std::unordered_set<std::string_view> seen;
   while (!todo.empty()) {
     Cell *c = todo.back();
     todo.pop_back();
     if (isleafcell(c)) continue;
     Cell *l = c->left, *r = c->right;
     if (isleafcell(l) && (headbyte(l) == '{' || headbyte(l) == '\\') && isleafcell(r)) {
-      if (isvarname(celltextof(r)) == letters) found.push_back(r);
+      std::string_view name(textof(r), celllenof(r));
+      if (isvarname(std::string(name)) == letters && seen.insert(name).second) found.push_back(r);
       continue;
     }
     todo.push_back(r);
     todo.push_back(l);
   }
-  auto before = [](Cell *a, Cell *b) { return celltextof(a) < celltextof(b); };
-  auto same = [](Cell *a, Cell *b) { return celltextof(a) == celltextof(b); };
-  std::sort(found.begin(), found.end(), before);
-  found.erase(std::unique(found.begin(), found.end(), same), found.end());
+  std::sort(found.begin(), found.end(), [](Cell *a, Cell *b) { return celltextof(a) < celltextof(b); });
   CellRef out = emptynames();
   for (size_t i = found.size(); i-- > 0;) out = cellpair(CellRef(found[i]), std::move(out));
   return out;
