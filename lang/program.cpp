@@ -39,9 +39,25 @@ Refs allrefs() {
   return refs;
 }
 
+// Whether every name reachable from the main expression is defined, by a walk in any order.
+bool allalive(const Refs &refs) {
+  std::unordered_set<std::string_view> seen{""};
+  std::vector<std::string_view> todo{""};
+  while (!todo.empty()) {
+    auto r = refs.find(todo.back());
+    todo.pop_back();
+    if (r == refs.end()) return false;
+    for (const std::string &n : r->second)
+      if (seen.insert(n).second) todo.push_back(n);
+  }
+  return true;
+}
+
 // Every name reachable from the main expression must be defined; the smallest waiting name is
-// taken first, and a missing one is reported with the definition that named it.
+// taken first, and a missing one is reported with the definition that named it. The walk in name
+// order runs only when some name is missing, to find the one it reports.
 Outcome alive(const Refs &refs) {
+  if (allalive(refs)) return Outcome();
   std::map<std::string, std::string> work{{"", "nowhere"}};
   std::unordered_set<std::string> seen;
   Defs &defs = deftable();
@@ -67,7 +83,7 @@ void prune(const Refs &refs) {
   std::vector<std::string> todo;
   for (const auto &[name, names] : refs)
     for (const std::string &n : names)
-      if (!defs.count(n)) {
+      if (!refs.count(n)) {
         todo.emplace_back(name);
         break;
       }
