@@ -108,223 +108,296 @@ void sizecheck(Cell *c) {
   if (sizeof_(c) > ((k == 'i' || k == 'o') ? maxdigits : maxvalue)) bound();
 }
 
-// Built-ins that reach outside the process: the shell, files outside the private folder, the
-// network, the end of the process, signals, the standard input, descriptors the program did not
-// open.
-const char *const outside[] = {
-    "system", "remove", "rename", "exit", "abort", "raise", "getchar", "tmpfile", "fdopen", "read",
-    "write", "setbuf", "accept", "bind", "closesocket", "connect", "freeaddrinfo", "getaddrinfo",
-    "gethostname", "getnameinfo", "getpeername", "inet_ntop", "inet_pton", "listen", "recv",
-    "recvfrom", "send", "sendto", "setsockopt", "shutdown", "socket",
+// A rule reads the application of its built-in and tells whether the call may go ahead; false
+// answers Z. A call that would pass a bound ends the input instead.
+using Rule = bool (*)(Cell *app);
+Cell *arg1(Cell *app, int i) { return argat(app, 1, i); }
+Cell *arg2(Cell *app, int i) { return argat(app, 2, i); }
+Cell *arg3(Cell *app, int i) { return argat(app, 3, i); }
+Cell *arg4(Cell *app, int i) { return argat(app, 4, i); }
+bool isnumber(Cell *c) { return classof(c) == 'i' || classof(c) == 'o'; }
+
+// The operators: each operand within the bounds of a value, and the result too where it can grow.
+bool operands(Cell *app) {
+  sizecheck(arg2(app, 0));
+  sizecheck(arg2(app, 1));
+  return true;
+}
+
+bool sum(Cell *app) {
+  operands(app);
+  if (sizeof_(arg2(app, 0)) + sizeof_(arg2(app, 1)) > maxvalue) bound();
+  return true;
+}
+
+// A text or a post repeated zero times never ends, by the language's rule: the input ends there.
+bool repeat(Cell *app) {
+  operands(app);
+  Cell *x = arg2(app, 0), *y = arg2(app, 1);
+  if ((classof(x) != 'a' && classof(x) != 'u') || classof(y) != 'i') return true;
+  int64_t n = wordof(y);
+  if (n == 0) throw Ended{"stop"};
+  if (n > 0 && (uint64_t)n > maxvalue / std::max<uint64_t>(sizeof_(x), 1)) bound();
+  return true;
+}
+
+bool power(Cell *app) {
+  operands(app);
+  Cell *x = arg2(app, 0), *y = arg2(app, 1);
+  if (!isnumber(x) || !isnumber(y) || trivialbase(x)) return true;
+  uint64_t e = isleafcell(y) && celllenof(y) <= 6 ? (uint64_t)std::abs(wordof(y)) : ~0ull;
+  if (e > maxdigits * 4 / std::max<uint64_t>(sizeof_(x), 1)) bound();
+  return true;
+}
+
+bool corkbit(Cell *app) {
+  Cell *i = arg3(app, 0);
+  if (isnumber(arg3(app, 2)) && isint(i) && std::abs(wordof(i)) > (int64_t)maxdigits * 3) bound();
+  return true;
+}
+
+bool onevalue(Cell *app) {
+  sizecheck(arg1(app, 0));
+  return true;
+}
+
+// Each load runs a machine nested in the native stack of the one that called it.
+bool nestedload(Cell *app) {
+  if (std::count(inwork.begin(), inwork.end(), "load") > 64) bound();
+  return onevalue(app) && stringarg(arg1(app, 0));
+}
+
+bool copyto(Cell *app) {
+  CellRef v(arg2(app, 0));
+  sizecheck(v.get());
+  char k = numclass(v);
+  size_t n = k == 'a' ? blobbytes(v).size() : k == 'e' ? 8 : k == 'u' ? datatext(v).size()
+           : (k == 'i' || k == 'o') ? numbertext(v).size() : 0;
+  return bufferarg(arg2(app, 1), (int64_t)n);
+}
+
+// The length of the C string at an address that the rule has found to be a string.
+int64_t stringlength(Cell *c) { return (int64_t)strlen((const char *)(uintptr_t)toaddress(CellRef(c))); }
+bool isstring(Cell *c) { return isstringish(classof(c)); }
+
+// strcpy and strcat write the source, and strcat the destination's own text first, into the
+// destination's block.
+bool copystring(Cell *app, bool after) {
+  Cell *d = arg2(app, 0), *s = arg2(app, 1);
+  if (!stringarg(s) || !isint(d) || !isstring(s)) return stringarg(s);
+  int64_t len = stringlength(s) + 1;
+  if (after && !ownstring((uint64_t)wordof(d))) return false;
+  if (after) len += stringlength(d);
+  return bufferarg(d, len);
+}
+
+bool appendn(Cell *app) {
+  Cell *d = arg3(app, 0), *s = arg3(app, 1);
+  int64_t n = numarg(arg3(app, 2));
+  if (!isint(d) || !stringarg(s)) return stringarg(s);
+  return ownstring((uint64_t)wordof(d)) && n >= 0 && bufferarg(d, stringlength(d) + n + 1);
+}
+
+// strtok and strtok_r go on from where they stopped when the text is null, which may be memory
+// given back since: only a fresh own text is taken.
+bool tokens(Cell *app, int n) {
+  Cell *t = argat(app, n, 0);
+  bool fresh = isint(t) && wordof(t) != 0 && ownstring((uint64_t)wordof(t));
+  return fresh && stringarg(argat(app, n, 1)) && (n == 2 || bufferarg(arg3(app, 2), 8));
+}
+
+bool outputs(Cell *app) {
+  Cell *s = arg2(app, 0);
+  if (!isint(s)) return true;
+  if (!ownstring((uint64_t)wordof(s))) return false;
+  written += strlen((const char *)(uintptr_t)wordof(s));
+  return streamarg(arg2(app, 1));
+}
+
+// fread and fwrite move size times count bytes; fwrite reads a text or a post no further than it
+// holds.
+bool blockio(Cell *app, bool out) {
+  int64_t size = numarg(arg4(app, 1)), count = numarg(arg4(app, 2));
+  if (size < 0 || count < 0 || (size && count > (int64_t)maxvalue / size)) return false;
+  Cell *buffer = arg4(app, 0);
+  if (out && !isint(buffer) && (uint64_t)(size * count) > sizeof_(buffer)) return false;
+  if (out) written += (uint64_t)(size * count);
+  return bufferarg(buffer, size * count) && streamarg(arg4(app, 3));
+}
+
+struct Ruled {
+  const char *names;  // split by blanks
+  Rule rule;
 };
 
-// Whether the call may go ahead; false answers Z. Calls past a bound end the input.
-bool allowed(const std::string &name, Cell *app) {
-  for (const char *o : outside)
-    if (name == o) return false;
-  auto a = [app](int n, int i) { return argat(app, n, i); };
-  // The operators and the structure words that make values: their results are bounded first.
-  if (name == "plus" || name == "dash" || name == "mult" || name == "over" || name == "cent" ||
-      name == "powa" || name == "less" || name == "gteq" || name == "same" || name == "diff") {
-    Cell *x = a(2, 0), *y = a(2, 1);
-    sizecheck(x), sizecheck(y);
-    char kx = classof(x), ky = classof(y);
-    bool numbers = (kx == 'i' || kx == 'o') && (ky == 'i' || ky == 'o');
-    if (name == "plus" && sizeof_(x) + sizeof_(y) > maxvalue) bound();
-    if (name == "mult" && (kx == 'a' || kx == 'u') && ky == 'i') {
-      int64_t n = wordof(y);
-      if (n == 0) throw Ended{"stop"};  // the repetition of a text or post zero times never ends
-      if (n > 0 && (uint64_t)n > maxvalue / std::max<uint64_t>(sizeof_(x), 1)) bound();
+// Built-ins that reach outside the process (the shell, files outside the private folder, the
+// network, the end of the process, signals, the standard input, descriptors the program did not
+// open) have the rule never.
+const Ruled ruled[] = {
+    {"system remove rename exit abort raise getchar tmpfile fdopen read write setbuf accept bind "
+     "closesocket connect freeaddrinfo getaddrinfo gethostname getnameinfo getpeername inet_ntop "
+     "inet_pton listen recv recvfrom send sendto setsockopt shutdown socket",
+     [](Cell *) { return false; }},
+    {"dash over cent less gteq same diff", operands},
+    {"plus", sum},
+    {"mult", repeat},
+    {"powa", power},
+    {"cork", corkbit},
+    {"wave buck lots rows init real lisp rank", onevalue},
+    {"load", nestedload},
+    {"copy", copyto},
+    {"getx gety", [](Cell *app) { return wordarg(arg1(app, 0), 1); }},
+    {"gett getv", [](Cell *app) { return wordarg(arg1(app, 0), 2); }},
+    {"getu gets", [](Cell *app) { return wordarg(arg1(app, 0), 4); }},
+    {"getz getw", [](Cell *app) { return wordarg(arg1(app, 0), 8); }},
+    {"setx", [](Cell *app) { return bufferarg(arg2(app, 0), 1); }},
+    {"sett", [](Cell *app) { return bufferarg(arg2(app, 0), 2); }},
+    {"setu", [](Cell *app) { return bufferarg(arg2(app, 0), 4); }},
+    {"setw", [](Cell *app) { return bufferarg(arg2(app, 0), 8); }},
+    {"atof atoi atol strlen puts perror getenv", [](Cell *app) { return stringarg(arg1(app, 0)); }},
+    {"strtod", [](Cell *app) { return stringarg(arg2(app, 0)) && nullorbuffer(arg2(app, 1), 8); }},
+    {"strnlen strchr strrchr", [](Cell *app) { return stringarg(arg2(app, 0)); }},
+    {"strcmp strcasecmp strstr strpbrk strspn",
+     [](Cell *app) { return stringarg(arg2(app, 0)) && stringarg(arg2(app, 1)); }},
+    {"strncmp strncasecmp", [](Cell *app) { return stringarg(arg3(app, 0)) && stringarg(arg3(app, 1)); }},
+    {"strcpy", [](Cell *app) { return copystring(app, false); }},
+    {"strcat", [](Cell *app) { return copystring(app, true); }},
+    {"strncpy",
+     [](Cell *app) {
+       Cell *s = arg3(app, 1);
+       int64_t n = numarg(arg3(app, 2));
+       return bufferarg(arg3(app, 0), n) && (!isint(s) || ownstring((uint64_t)wordof(s)) || bufferarg(s, n));
+     }},
+    {"strncat", appendn},
+    {"strtok", [](Cell *app) { return tokens(app, 2); }},
+    {"strtok_r", [](Cell *app) { return tokens(app, 3); }},
+    {"frexp", [](Cell *app) { return bufferarg(arg2(app, 1), 4); }},
+    {"modf", [](Cell *app) { return bufferarg(arg2(app, 1), 8); }},
+    {"bzero", [](Cell *app) { return numarg(arg2(app, 1)) <= 0 || bufferarg(arg2(app, 0), numarg(arg2(app, 1))); }},
+    {"memset",
+     [](Cell *app) { return isint(arg3(app, 0)) && isint(arg3(app, 2)) && bufferarg(arg3(app, 0), numarg(arg3(app, 2))); }},
+    {"memcpy memmove memcmp",
+     [](Cell *app) {
+       int64_t n = numarg(arg3(app, 2));
+       return bufferarg(arg3(app, 0), n) && bufferarg(arg3(app, 1), n);
+     }},
+    {"memchr", [](Cell *app) { return bufferarg(arg3(app, 0), numarg(arg3(app, 2))); }},
+    {"fflush", [](Cell *app) { return !isint(arg1(app, 0)) || wordof(arg1(app, 0)) == 0 || streamarg(arg1(app, 0)); }},
+    {"fgetc getc feof ferror fileno ftell clearerr rewind", [](Cell *app) { return streamarg(arg1(app, 0)); }},
+    {"fgets", [](Cell *app) { return bufferarg(arg3(app, 0), numarg(arg3(app, 1))) && streamarg(arg3(app, 2)); }},
+    {"fputc putc ungetc", [](Cell *app) { return streamarg(arg2(app, 1)); }},
+    {"fputs", outputs},
+    {"fgetpos fsetpos", [](Cell *app) { return streamarg(arg2(app, 0)) && bufferarg(arg2(app, 1), sizeof(fpos_t)); }},
+    {"fseek", [](Cell *app) { return streamarg(arg3(app, 0)); }},
+    {"fread", [](Cell *app) { return blockio(app, false); }},
+    {"fwrite", [](Cell *app) { return blockio(app, true); }},
+    {"readdir", [](Cell *app) { return !isint(arg1(app, 0)) || listings.count((uint64_t)wordof(arg1(app, 0))) > 0; }},
+    {"time", [](Cell *app) { return nullorbuffer(arg1(app, 0), 8); }},
+    {"ctime gmtime localtime", [](Cell *app) { return bufferarg(arg1(app, 0), 8); }},
+    {"mktime asctime", [](Cell *app) { return bufferarg(arg1(app, 0), sizeof(tm)); }},
+    {"strftime",
+     [](Cell *app) {
+       return bufferarg(arg4(app, 0), numarg(arg4(app, 1))) && stringarg(arg4(app, 2)) && bufferarg(arg4(app, 3), sizeof(tm));
+     }},
+    {"tmpnam", [](Cell *app) { return nullorbuffer(arg1(app, 0), L_tmpnam); }},
+};
+
+// The rule of a name; the names without one need none.
+Rule ruleof(const std::string &name) {
+  static const std::map<std::string, Rule> rules = [] {
+    std::map<std::string, Rule> r;
+    for (const Ruled &x : ruled) {
+      std::string names = std::string(x.names) + " ";
+      for (size_t at = 0, end; (end = names.find(' ', at)) != std::string::npos; at = end + 1) r[names.substr(at, end - at)] = x.rule;
     }
-    if (name == "powa" && numbers && !trivialbase(x)) {
-      bool small = isleafcell(y) && celllenof(y) <= 6;
-      uint64_t e = small ? (uint64_t)std::abs(wordof(y)) : ~0ull;
-      if (e > maxdigits * 4 / std::max<uint64_t>(sizeof_(x), 1)) bound();
-    }
-    return true;
-  }
-  if (name == "cork") {
-    Cell *i = a(3, 0), *x = a(3, 2);
-    char k = classof(x);
-    if ((k == 'i' || k == 'o') && isint(i) && std::abs(wordof(i)) > (int64_t)maxdigits * 3) bound();
-    return true;
-  }
-  if (name == "wave" || name == "buck" || name == "lots" || name == "rows" || name == "init" ||
-      name == "real" || name == "lisp" || name == "rank") {
-    sizecheck(a(1, 0));
-    return true;
-  }
-  // Raw memory.
-  if (name == "getx" || name == "gety") return wordarg(a(1, 0), 1);
-  if (name == "gett" || name == "getv") return wordarg(a(1, 0), 2);
-  if (name == "getu" || name == "gets") return wordarg(a(1, 0), 4);
-  if (name == "getz" || name == "getw") return wordarg(a(1, 0), 8);
-  if (name == "setx") return bufferarg(a(2, 0), 1);
-  if (name == "sett") return bufferarg(a(2, 0), 2);
-  if (name == "setu") return bufferarg(a(2, 0), 4);
-  if (name == "setw") return bufferarg(a(2, 0), 8);
-  if (name == "copy") {
-    Cell *v = a(2, 0);
-    sizecheck(v);
-    char k = classof(v);
-    int64_t n = k == 'a' ? (int64_t)blobbytes(CellRef(v)).size() : k == 'e' ? 8
-              : k == 'u' ? (int64_t)datatext(CellRef(v)).size()
-              : (k == 'i' || k == 'o') ? (int64_t)numbertext(CellRef(v)).size() : 0;
-    return bufferarg(a(2, 1), n);
-  }
-  if (name == "load") {
-    // Each load runs a machine nested in the native stack of the one that called it.
-    if (std::count(inwork.begin(), inwork.end(), "load") > 64) bound();
-    sizecheck(a(1, 0));
-    return stringarg(a(1, 0));
-  }
-  // Strings.
-  if (name == "atof" || name == "atoi" || name == "atol" || name == "strlen" || name == "puts" ||
-      name == "perror" || name == "getenv")
-    return stringarg(a(1, 0));
-  if (name == "strtod") return stringarg(a(2, 0)) && nullorbuffer(a(2, 1), 8);
-  if (name == "strnlen" || name == "strchr" || name == "strrchr") return stringarg(a(2, 0));
-  if (name == "strcmp" || name == "strcasecmp" || name == "strstr" || name == "strpbrk" || name == "strspn")
-    return stringarg(a(2, 0)) && stringarg(a(2, 1));
-  if (name == "strncmp" || name == "strncasecmp") return stringarg(a(3, 0)) && stringarg(a(3, 1));
-  if (name == "strcpy" || name == "strcat") {
-    Cell *d = a(2, 0), *s = a(2, 1);
-    if (!stringarg(s) || !isint(d)) return true;
-    CellRef src(s);
-    char k = classof(s);
-    int64_t len = (int64_t)strlen((const char *)(uintptr_t)toaddress(src));
-    if (k != 'a' && k != 'u' && k != 'i') return true;
-    if (name == "strcat") {
-      if (!ownstring((uint64_t)wordof(d))) return false;
-      len += (int64_t)strlen((const char *)(uintptr_t)wordof(d));
-    }
-    return bufferarg(d, len + 1);
-  }
-  if (name == "strncpy") {
-    Cell *d = a(3, 0), *s = a(3, 1), *n = a(3, 2);
-    return bufferarg(d, numarg(n)) && (!isint(s) || ownstring((uint64_t)wordof(s)) || bufferarg(s, numarg(n)));
-  }
-  if (name == "strncat") {
-    Cell *d = a(3, 0), *s = a(3, 1), *n = a(3, 2);
-    if (!isint(d) || !stringarg(s)) return true;
-    if (!ownstring((uint64_t)wordof(d))) return false;
-    int64_t len = (int64_t)strlen((const char *)(uintptr_t)wordof(d)) + numarg(n) + 1;
-    return numarg(n) >= 0 && bufferarg(d, len);
-  }
-  if (name == "strtok") return isint(a(2, 0)) && wordof(a(2, 0)) != 0 && ownstring((uint64_t)wordof(a(2, 0))) && stringarg(a(2, 1));
-  if (name == "strtok_r")
-    return isint(a(3, 0)) && wordof(a(3, 0)) != 0 && ownstring((uint64_t)wordof(a(3, 0))) && stringarg(a(3, 1)) &&
-           bufferarg(a(3, 2), 8);
-  if (name == "frexp") return bufferarg(a(2, 1), 4);
-  if (name == "modf") return bufferarg(a(2, 1), 8);
-  if (name == "bzero") return numarg(a(2, 1)) <= 0 || bufferarg(a(2, 0), numarg(a(2, 1)));
-  if (name == "memset") return isint(a(3, 0)) && isint(a(3, 2)) && bufferarg(a(3, 0), numarg(a(3, 2)));
-  if (name == "memcpy" || name == "memmove" || name == "memcmp")
-    return bufferarg(a(3, 0), numarg(a(3, 2))) && bufferarg(a(3, 1), numarg(a(3, 2)));
-  if (name == "memchr") return bufferarg(a(3, 0), numarg(a(3, 2)));
-  // Streams and directories the program opened.
-  if (name == "fflush") return !isint(a(1, 0)) || wordof(a(1, 0)) == 0 || streamarg(a(1, 0));
-  if (name == "fgetc" || name == "getc" || name == "feof" || name == "ferror" || name == "fileno" ||
-      name == "ftell" || name == "clearerr" || name == "rewind")
-    return streamarg(a(1, 0));
-  if (name == "fgets") return bufferarg(a(3, 0), numarg(a(3, 1))) && streamarg(a(3, 2));
-  if (name == "fputc" || name == "putc" || name == "ungetc") return streamarg(a(2, 1));
-  if (name == "fputs") {
-    if (!isint(a(2, 0)) || !ownstring((uint64_t)wordof(a(2, 0)))) return !isint(a(2, 0));
-    written += strlen((const char *)(uintptr_t)wordof(a(2, 0)));
-    return streamarg(a(2, 1));
-  }
-  if (name == "fgetpos" || name == "fsetpos") return streamarg(a(2, 0)) && bufferarg(a(2, 1), sizeof(fpos_t));
-  if (name == "fseek") return streamarg(a(3, 0));
-  if (name == "fread" || name == "fwrite") {
-    int64_t size = numarg(a(4, 1)), count = numarg(a(4, 2));
-    if (size < 0 || count < 0 || (size && count > (int64_t)maxvalue / size)) return false;
-    Cell *buffer = a(4, 0);
-    if (name == "fwrite" && !isint(buffer) && (uint64_t)(size * count) > sizeof_(buffer)) return false;
-    if (name == "fwrite") written += (uint64_t)(size * count);
-    return bufferarg(buffer, size * count) && streamarg(a(4, 3));
-  }
-  if (name == "readdir" || name == "closedir") return !isint(a(1, 0)) || listings.count((uint64_t)wordof(a(1, 0)));
-  // Time: time values and broken-down times are reached through own addresses.
-  if (name == "time") return nullorbuffer(a(1, 0), 8);
-  if (name == "ctime" || name == "gmtime" || name == "localtime") return bufferarg(a(1, 0), 8);
-  if (name == "mktime" || name == "asctime") return bufferarg(a(1, 0), sizeof(tm));
-  if (name == "strftime")
-    return bufferarg(a(4, 0), numarg(a(4, 1))) && stringarg(a(4, 2)) && bufferarg(a(4, 3), sizeof(tm));
-  if (name == "tmpnam") return nullorbuffer(a(1, 0), L_tmpnam);
-  return true;
+    return r;
+  }();
+  auto r = rules.find(name);
+  return r == rules.end() ? nullptr : r->second;
 }
 
 // A file name in the private folder: no "/" in it, so that it names an entry of the working
 // directory.
 bool privatename(Cell *c) {
   if (!stringarg(c)) return false;
-  char k = classof(c);
-  if (k != 'a' && k != 'u' && k != 'i') return true;
+  if (!isstring(c)) return true;
   const char *s = (const char *)(uintptr_t)toaddress(CellRef(c));
   return *s && !strchr(s, '/');
 }
 
-// The built-ins that open, allocate or free: their results and arguments are tracked.
-CellRef tracked(const std::string &name, Run run, CellRef app) {
-  Cell *p = app.get();
-  auto a = [p](int n, int i) { return argat(p, n, i); };
-  if (name == "malloc" || name == "calloc" || name == "realloc" || name == "strdup") {
-    int64_t size = 0;
-    uint64_t old = 0;
-    if (name == "malloc") size = numarg(a(1, 0));
-    if (name == "calloc") {
-      int64_t n = numarg(a(2, 0)), m = numarg(a(2, 1));
-      size = n < 0 || m < 0 || (m && n > (int64_t)maxvalue / m) ? -1 : n * m;
-    }
-    if (name == "realloc") {
-      old = (uint64_t)numarg(a(2, 0));
-      size = numarg(a(2, 1));
-      if (old && !blocks.count(old)) return CellRef("Z");
-    }
-    if (name == "strdup") {
-      if (!stringarg(a(1, 0))) return CellRef("Z");
-      char k = classof(a(1, 0));
-      if (k == 'a' || k == 'u' || k == 'i') size = (int64_t)strlen((const char *)(uintptr_t)toaddress(CellRef(a(1, 0)))) + 1;
-    }
-    if (size < 0 || (uint64_t)size > maxvalue) bound();
-    CellRef r = run(std::move(app));
-    uint64_t got = intform(r) ? (uint64_t)toword(r) : 0;
-    if (got && old) blocks.erase(old);
-    if (got) blocks[got] = (uint64_t)size;
-    return r;
+// The size that malloc, calloc, realloc or strdup asks for, or -1 for what no C call can give.
+int64_t asked(const std::string &name, Cell *app, uint64_t &old) {
+  if (name == "malloc") return numarg(arg1(app, 0));
+  if (name == "calloc") {
+    int64_t n = numarg(arg2(app, 0)), m = numarg(arg2(app, 1));
+    return n < 0 || m < 0 || (m && n > (int64_t)maxvalue / m) ? -1 : n * m;
   }
-  if (name == "free") {
-    Cell *x = a(1, 0);
-    if (!isint(x)) return CellRef("Z");
-    uint64_t at = (uint64_t)wordof(x);
-    if (at && !blocks.count(at)) return CellRef("Z");
-    blocks.erase(at);
-    return run(std::move(app));
+  if (name == "realloc") {
+    old = (uint64_t)numarg(arg2(app, 0));
+    return numarg(arg2(app, 1));
   }
-  if (name == "fopen" || name == "opendir") {
-    bool ok = name == "fopen" ? privatename(a(2, 0)) && stringarg(a(2, 1))
-                              : isint(a(1, 0)) && ownstring((uint64_t)wordof(a(1, 0))) &&
-                                    !strchr((const char *)(uintptr_t)wordof(a(1, 0)), '/');
-    if (!ok || files.size() + listings.size() >= 16) return CellRef("Z");
-    CellRef r = run(std::move(app));
-    if (intform(r) && toword(r)) (name == "fopen" ? files : listings).insert((uint64_t)toword(r));
-    return r;
-  }
-  if (name == "fclose" || name == "closedir") {
-    Cell *x = a(1, 0);
-    std::set<uint64_t> &open = name == "fclose" ? files : listings;
-    if (isint(x) && !open.count((uint64_t)wordof(x))) return CellRef("Z");
-    if (isint(x)) open.erase((uint64_t)wordof(x));
-    return run(std::move(app));
-  }
+  Cell *s = arg1(app, 0);
+  return isstring(s) ? stringlength(s) + 1 : 0;
+}
+
+// Memory the program gets: within the bound, and known as its own from then on. realloc takes
+// only a block of its own and moves the knowledge with the block.
+CellRef allocation(const std::string &name, Run run, CellRef app) {
+  uint64_t old = 0;
+  if (name == "realloc" && numarg(arg2(app.get(), 0)) && !blocks.count((uint64_t)numarg(arg2(app.get(), 0))))
+    return CellRef("Z");
+  if (name == "strdup" && !stringarg(arg1(app.get(), 0))) return CellRef("Z");
+  int64_t size = asked(name, app.get(), old);
+  if (size < 0 || (uint64_t)size > maxvalue) bound();
+  CellRef r = run(std::move(app));
+  uint64_t got = intform(r) ? (uint64_t)toword(r) : 0;
+  if (got && old) blocks.erase(old);
+  if (got) blocks[got] = (uint64_t)size;
+  return r;
+}
+
+CellRef release(Run run, CellRef app) {
+  Cell *x = arg1(app.get(), 0);
+  if (!isint(x)) return CellRef("Z");
+  uint64_t at = (uint64_t)wordof(x);
+  if (at && !blocks.count(at)) return CellRef("Z");
+  blocks.erase(at);
   return run(std::move(app));
 }
 
+// Streams and listings: opened in the private folder, at most sixteen at a time, and closed only
+// by the program that opened them.
+CellRef opening(const std::string &name, Run run, CellRef app) {
+  bool file = name == "fopen";
+  Cell *path = file ? arg2(app.get(), 0) : arg1(app.get(), 0);
+  bool ok = file ? privatename(path) && stringarg(arg2(app.get(), 1))
+                 : isint(path) && ownstring((uint64_t)wordof(path)) && !strchr((const char *)(uintptr_t)wordof(path), '/');
+  if (!ok || files.size() + listings.size() >= 16) return CellRef("Z");
+  CellRef r = run(std::move(app));
+  if (intform(r) && toword(r)) (file ? files : listings).insert((uint64_t)toword(r));
+  return r;
+}
+
+CellRef closing(const std::string &name, Run run, CellRef app) {
+  Cell *x = arg1(app.get(), 0);
+  std::set<uint64_t> &open = name == "fclose" ? files : listings;
+  if (isint(x) && !open.erase((uint64_t)wordof(x))) return CellRef("Z");
+  return run(std::move(app));
+}
+
+// The built-ins that open, allocate or free: what they give and take is tracked.
 bool istracked(const std::string &name) {
   for (const char *t : {"malloc", "calloc", "realloc", "strdup", "free", "fopen", "opendir", "fclose", "closedir"})
     if (name == t) return true;
   return false;
+}
+
+CellRef tracked(const std::string &name, Run run, CellRef app) {
+  if (name == "malloc" || name == "calloc" || name == "realloc" || name == "strdup")
+    return allocation(name, run, std::move(app));
+  if (name == "free") return release(run, std::move(app));
+  if (name == "fopen" || name == "opendir") return opening(name, run, std::move(app));
+  return closing(name, run, std::move(app));
 }
 
 // Every row runs here: the name of the head finds the row's own function.
@@ -336,8 +409,9 @@ CellRef fenced(CellRef app) {
   heldcheck();
   inwork.push_back(name);
   CellRef r("Z");
+  Rule rule = ruleof(name);
   if (istracked(name)) r = tracked(name, run, std::move(app));
-  else if (allowed(name, app.get())) r = run(std::move(app));
+  else if (!rule || rule(app.get())) r = run(std::move(app));
   if (written > maxwritten) bound();
   inwork.pop_back();
   return r;
