@@ -32,6 +32,11 @@ const Called called[] = {
     // The magnitude of anything but a digit leaf or a list that begins with H, such as the
     // integer K or a list that begins with K, which an argument test for integers lets through.
     {"/core/number.cpp", "magnitude", "listof(c, \"H\")", ""},
+    // A list that passes the one-level test of an integer but is no chain of bits down to K or a
+    // digit leaf: the walk that reads its natural guards the representation, as every routine
+    // on naturals does.
+    {"/core/number.cpp", "termnatural", "digitleaf(c)", ""},
+    {"/core/number.cpp", "termnatural", "b && (leafis(b, \"K\") || leafis(b, \"H\"))", ""},
     // fd_set, strtol and strtoul read one argument more than their rows declare.
     {"/lib/builtins.cpp", "argof", "!isleafcell(app)", "fd_set strtol strtoul"},
     // assert of H stops with the line it always gives.
