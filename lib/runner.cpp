@@ -6,6 +6,7 @@
 
 #include "core/base.h"
 #include "core/file.h"
+#include "core/version.h"
 #include "lang/program.h"
 #include "lib/builtins.h"
 
@@ -19,15 +20,21 @@ static bool readall(int fd, std::string &text) {
   }
 }
 
+static const char usage[] =
+    "Usage: tolmrun [OPTION]... FILE\n"
+    "Run the program in FILE, or on standard input when FILE is -, as Escape e runs a\n"
+    "document in tolm, and print its result.\n";
+
 int main(int argc, char **argv) {
-  if (argc != 2) {
+  std::vector<std::string> args = operands(argc, argv, "tolmrun", usage);
+  if (args.size() != 1) {
     fprintf(stderr, "usage: tolmrun FILE (or - for standard input)\n");
     return 2;
   }
   tolmstart();
   builtinsinstall();
   srand(0);
-  std::string name = argv[1], text;
+  std::string name = args[0], text;
   if (name == "-") {
     if (!readall(0, text)) {
       perror("tolmrun: standard input");
