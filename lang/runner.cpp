@@ -6,6 +6,7 @@
 
 #include "core/base.h"
 #include "core/file.h"
+#include "lang/eval.h"
 #include "lang/program.h"
 
 static bool readall(int fd, std::string &text) {
@@ -19,13 +20,15 @@ static bool readall(int fd, std::string &text) {
 }
 
 int main(int argc, char **argv) {
-  if (argc != 2) {
-    fprintf(stderr, "usage: tolmrun FILE (or - for standard input)\n");
+  bool reference = argc == 3 && std::string(argv[1]) == "--reference";
+  if (argc != 2 && !reference) {
+    fprintf(stderr, "usage: tolmrun [--reference] FILE (or - for standard input)\n");
     return 2;
   }
+  machinereference = machinereference || reference;
   tolmstart();
   srand(0);
-  std::string name = argv[1], text;
+  std::string name = argv[argc - 1], text;
   if (name == "-") {
     if (!readall(0, text)) {
       perror("tolmrun: standard input");

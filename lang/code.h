@@ -1,0 +1,57 @@
+// The compiled form of a definition's body, which the fast machine runs instead of substituting
+// the arguments into the body and rewriting the copy step by step.
+#pragma once
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "core/cell.h"
+#include "core/tables.h"
+
+// The operations of compiled code, over a stack of counted cells. An activation's slots (its
+// parameters, then its local bindings) start at its base; its own values lie above them.
+enum class Op : uint8_t {
+  slot,     // push slot s
+  cell,     // push cells[c]
+  global,   // push the value of the constant leaf cells[c], evaluating it first when it has none
+  build,    // push cells[c] with the slots of maps[m] put for its variables
+  eval,     // bring the top to normal form
+  builtin,  // call rows[c] on a fresh application of leaf cells[m] to the top n values
+  call,     // call the definition of leaf cells[c] on the top n values; s = 1 in tail position
+  select,   // top K: drop it and go on; top H: drop it, go to c; anything else: go to m
+  jump,     // go to c
+  let,      // pop into slot s
+  done,     // the top is the result of the activation
+  apply,    // apply the value under the top n terms to them; s = 1 in tail position, else resume at c
+  resume,   // frame that resumes at c; the values above now belong to a nested activation
+  argument, // pop a term into a frame that applies the value to it
+  pair,     // pop r and l, push the pair (l r)
+  grab,     // when n argument frames wait on top, go to c
+};
+
+struct Ins {
+  Op op;
+  uint8_t n = 0;
+  uint16_t s = 0;
+  uint32_t c = 0, m = 0;
+};
+
+struct Code {
+  std::vector<Ins> ins;
+  std::vector<CellRef> cells;
+  std::vector<std::array<uint8_t, 26>> maps;  // variable to slot, for build
+  std::vector<const builtinrow *> rows;
+  uint32_t params = 0, slots = 0;
+  bool ok = false;  // false: the definition runs by substitution
+};
+
+// Which of the prelude's combinators stand as the prelude defines them in this run: the fast
+// machine's shortcuts hold only for those.
+struct Intact {
+  bool T = false, K = false, H = false, I = false;
+  Cell *hbody = nullptr;  // the body of H, the leaf I it gives
+};
+extern Intact intact;
+
+// The compiled body of a definition with parameters, made at its first call in a set of tables.
+const Code &codeof(Cell *def);

@@ -1,0 +1,396 @@
+// The fast machine: the states and rules of the literal machine, with the continuation kept in
+// native frames instead of cells, and definitions run from their compiled code.
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "core/tables.h"
+#include "lang/analysis.h"
+#include "lang/chars.h"
+#include "lang/code.h"
+#include "lang/eval.h"
+#include "lang/parse.h"
+#include "lang/program.h"
+#include "lang/rules.h"
+
+Intact intact;
+
+namespace {
+
+// A frame: apply the value to cell (argument), apply cell to the value (function), or give the
+// value to the suspended activation of compiled code (code).
+enum class Kind : uint8_t { argument, function, code };
+
+struct Frame {
+  Cell *cell;  // counted; null for code
+  const Code *code;
+  uint32_t pc, base, floor;
+  Kind kind;
+};
+
+// One activation of compiled code: slots from base, its own values from floor up.
+struct Act {
+  const Code *code;
+  uint32_t pc, base, floor;
+};
+
+// Shared by nested evaluations, each above the part of the one that called it.
+std::vector<Frame> frames;
+std::vector<Cell *> stack;  // counted cells; a slot not bound yet holds null
+
+// Where one evaluation's frames and values begin: a failure mark drops everything above.
+struct Run {
+  size_t frames, stack;
+};
+
+CellRef adopt(Cell *c) {
+  CellRef r(c);
+  celldec(c);
+  return r;
+}
+
+void release(Cell *c) {
+  if (c) celldec(c);
+}
+
+void push(Cell *c) {
+  cellinc(c);
+  stack.push_back(c);
+}
+
+Cell *pop() {
+  Cell *c = stack.back();
+  stack.pop_back();
+  return c;
+}
+
+void truncate(size_t n) {
+  while (stack.size() > n) release(pop());
+}
+
+void dropframes(size_t n) {
+  while (frames.size() > n) {
+    release(frames.back().cell);
+    frames.pop_back();
+  }
+}
+
+void pushframe(Kind kind, Cell *counted) { frames.push_back({counted, nullptr, 0, 0, 0, kind}); }
+
+void pushcode(const Act &a, uint32_t pc) { frames.push_back({nullptr, a.code, pc, a.base, a.floor, Kind::code}); }
+
+// The argument that frame i holds for a linear head, as the literal machine finds (T r) frames;
+// null for any other frame.
+Cell *waiting(const Frame &f) {
+  if (f.kind == Kind::argument) return f.cell;
+  if (f.kind == Kind::function && argpart(f.cell)) return f.cell->right;
+  return nullptr;
+}
+
+size_t waitingcount(size_t floor, size_t want) {
+  size_t have = 0;
+  for (size_t i = frames.size(); i > floor && have < want && waiting(frames[i - 1]); i--) have++;
+  return have;
+}
+
+// A failure mark ends this evaluation: its frames and values go.
+void dropall(const Run &run) {
+  dropframes(run.frames);
+  truncate(run.stack);
+}
+
+void runcode(Run &run, Act a, CellRef &e);
+
+// A definition with parameters applied to all its arguments: its compiled code runs on them, or,
+// for a linear head or a definition that could not be compiled, its body takes them all at once.
+void enter(Run &run, CellRef &e, Cell *head, Cell *def) {
+  Cell *args[12];
+  int nargs = spineof(e.get(), args, head);
+  const Code &code = codeof(def);
+  if (code.ok && code.params == (uint32_t)nargs && !lazyhead(head)) {
+    uint32_t base = (uint32_t)stack.size();
+    for (int i = nargs - 1; i >= 0; i--) push(args[i]);
+    stack.resize(base + code.slots, nullptr);
+    e = CellRef(leaves().I);
+    return runcode(run, Act{&code, 0, base, base}, e);
+  }
+  Cell *values[26];
+  uint32_t vars = 0;
+  int nvars = 0;
+  for (; shapeof(def) == 'u'; def = def->right, nvars++) {
+    must(nvars < nargs);
+    int v = textof(def->left->right)[0] - 'a';
+    values[v] = args[nargs - 1 - nvars];
+    vars |= 1u << v;
+  }
+  must(nvars == nargs);
+  e = substall(CellRef(def), values, vars);
+}
+
+void rewritefast(Run &run, CellRef &e) {
+  Cell *h = e.get();
+  while (!isleafcell(h) && !isdata(h)) h = h->left;
+  if (isnameleaf(h)) {
+    Named &n = named(h);
+    if (!n.row && n.defined && shapeof(n.def->second.get()) == 'u') return enter(run, e, h, n.def->second.get());
+  }
+  CellRef pushed = leaves().I;
+  Then then = rewriteterm(e, pushed);
+  if (then == Then::drop) dropall(run);
+  if (then == Then::push) pushframe(Kind::function, pushed.release());
+}
+
+// One decision of the literal machine's scheduler, over native frames.
+void step(Run &run, CellRef &e) {
+  machinesteps++;
+  Cell *E = e.get();
+  int n = arityof(E);
+  if (n < 0) {
+    pushframe(Kind::argument, CellRef(E->right).release());
+    e = CellRef(E->left);
+    return;
+  }
+  if (n == 0) {
+    if (lazyhead(E) || !redexflag(E)) return rewritefast(run, e);
+    if (shapeof(E) == 'i') {
+      Cell *b = E->left->right;
+      if (isnormal(b)) return rewritefast(run, e);
+      pushframe(Kind::function, cellpair3(leaves().lam, CellRef(E->left->left->right), CellRef(E->right)).release());
+      e = CellRef(b);
+      return;
+    }
+  } else if (lazyhead(E) && waitingcount(run.frames, (size_t)n) == (size_t)n) {
+    for (int i = 0; i < n; i++) {
+      Frame f = frames.back();
+      frames.pop_back();
+      e = cellpair(std::move(e), CellRef(waiting(f)));
+      release(f.cell);
+    }
+    return rewritefast(run, e);
+  }
+  bool left = n == 0 ? !isdata(E->left) && redexflag(E->left) : !isnormal(E->left);
+  if (left) {
+    pushframe(Kind::argument, CellRef(E->right).release());
+    e = CellRef(E->left);
+  } else {
+    pushframe(Kind::function, CellRef(E->left).release());
+    e = CellRef(E->right);
+  }
+}
+
+// A value for the frame on top: applied to a waiting argument, given to a function, or handed
+// to the activation that waits for it.
+void deliver(Run &run, CellRef &e) {
+  Frame f = frames.back();
+  frames.pop_back();
+  if (f.kind == Kind::argument) {
+    e = cellpair(std::move(e), adopt(f.cell));
+  } else if (f.kind == Kind::function) {
+    e = cellpair(adopt(f.cell), std::move(e));
+  } else {
+    stack.push_back(e.release());
+    e = CellRef(leaves().I);
+    runcode(run, Act{f.code, f.pc, f.base, f.floor}, e);
+  }
+}
+
+// ---- Running compiled code.
+
+// The slots of a map's variables, by letter, for building a template.
+void slotvalues(const Act &a, const std::array<uint8_t, 26> &map, uint32_t vars, Cell **values) {
+  for (; vars; vars &= vars - 1) {
+    int v = __builtin_ctz(vars);
+    must(map[v] != 255);
+    values[v] = stack[a.base + map[v]];
+  }
+}
+
+// The value of a constant: its entry when that is a value, else the machine evaluates the leaf.
+bool global(Act &a, CellRef &e, Cell *leaf) {
+  Named &n = named(leaf);
+  if (n.defined && isnormal(n.def->second.get())) {
+    push(n.def->second.get());
+    return true;
+  }
+  pushcode(a, a.pc);
+  e = CellRef(leaf);
+  return false;
+}
+
+// The top n values as the arguments of a fresh application of the head.
+CellRef application(Cell *head, int n) {
+  CellRef app(head);
+  size_t from = stack.size() - (size_t)n;
+  for (size_t i = from; i < stack.size(); i++) app = CellRef(newpair(app.release(), stack[i]));
+  stack.resize(from);
+  return app;
+}
+
+bool builtin(Run &run, Act &a, CellRef &e, const Ins &in) {
+  CellRef v = application(a.code->cells[in.m].get(), in.n);
+  if (callbuiltin(a.code->rows[in.c], v) == Then::drop) {
+    dropall(run);
+    e = std::move(v);
+    return false;
+  }
+  stack.push_back(v.release());
+  return true;
+}
+
+// A call of a definition: its code runs in a new activation above the caller's values, or in
+// place of the caller's for a tail call. Anything unusual goes to the machine as an application.
+bool call(Act &a, CellRef &e, const Ins &in) {
+  Cell *leaf = a.code->cells[in.c].get();
+  Named &n = named(leaf);
+  const Code *code = nullptr;
+  if (n.defined && shapeof(n.def->second.get()) == 'u') code = &codeof(n.def->second.get());
+  bool tail = in.s;
+  if (!code || !code->ok || code->params != in.n) {
+    e = application(leaf, in.n);
+    if (tail) truncate(a.floor);
+    else pushcode(a, a.pc);
+    return false;
+  }
+  uint32_t base = (uint32_t)stack.size() - in.n;
+  if (tail && base != a.floor) {
+    for (uint32_t i = a.floor; i < base; i++) release(stack[i]);
+    memmove(&stack[a.floor], &stack[base], in.n * sizeof(Cell *));
+    stack.resize(a.floor + in.n);
+    base = a.floor;
+  }
+  if (!tail) pushcode(a, a.pc);
+  stack.resize(base + code->slots, nullptr);
+  a = Act{code, 0, base, base};
+  return true;
+}
+
+// The prelude's K keeps the first of two arguments; its H drops the first and gives I, which
+// gives the second.
+int selection(Cell *c) {
+  if (!isleafcell(c) || !isnormal(c)) return 0;
+  if (intact.K && leafis(c, "K") && arityof(c) == 2) return 1;
+  if (intact.H && intact.I && leafis(c, "H") && arityof(c) == 1) return 2;
+  return 0;
+}
+
+// The value under the top n terms applied to them, through the machine's argument frames.
+void applyterms(Act &a, CellRef &e, const Ins &in) {
+  if (!in.s) pushcode(a, in.c);
+  for (int i = 0; i < in.n; i++) pushframe(Kind::argument, pop());
+  e = adopt(pop());
+  if (in.s) truncate(a.floor);
+}
+
+void runcode(Run &run, Act a, CellRef &e) {
+  for (;;) {
+    const Ins &in = a.code->ins[a.pc++];
+    switch (in.op) {
+      case Op::slot:
+        push(stack[a.base + in.s]);
+        break;
+      case Op::cell:
+        push(a.code->cells[in.c].get());
+        break;
+      case Op::global:
+        if (!global(a, e, a.code->cells[in.c].get())) return;
+        break;
+      case Op::build: {
+        Cell *t = a.code->cells[in.c].get(), *values[26];
+        uint32_t vars = freeset(t);
+        slotvalues(a, a.code->maps[in.m], vars, values);
+        stack.push_back(substall(CellRef(t), values, vars).release());
+        break;
+      }
+      case Op::eval:
+        if (isnormal(stack.back())) break;
+        e = adopt(pop());
+        pushcode(a, a.pc);
+        return;
+      case Op::builtin:
+        if (!builtin(run, a, e, in)) return;
+        break;
+      case Op::call:
+        machinesteps++;
+        if (!call(a, e, in)) return;
+        break;
+      case Op::select: {
+        int chosen = selection(stack.back());
+        if (chosen) release(pop());
+        a.pc = chosen == 1 ? a.pc : chosen == 2 ? in.c : in.m;
+        break;
+      }
+      case Op::jump:
+        a.pc = in.c;
+        break;
+      case Op::let:
+        release(stack[a.base + in.s]);
+        stack[a.base + in.s] = pop();
+        break;
+      case Op::done:
+        e = adopt(pop());
+        truncate(a.floor);
+        return;
+      case Op::apply:
+        applyterms(a, e, in);
+        return;
+      case Op::resume:
+        pushcode(a, in.c);
+        a.floor = (uint32_t)stack.size();
+        break;
+      case Op::argument:
+        pushframe(Kind::argument, pop());
+        break;
+      case Op::pair: {
+        Cell *r = pop(), *l = pop();
+        Cell *p = newpair(l, r);
+        cellinc(p);
+        stack.push_back(p);
+        break;
+      }
+      case Op::grab:
+        if (waitingcount(run.frames, in.n) == in.n) a.pc = in.c;
+        break;
+    }
+  }
+}
+
+// ---- Which of the prelude's combinators a run may take short cuts through.
+
+bool asprelude(const char *name, const char *text) {
+  auto d = deftable().find(std::string_view(name));
+  if (d == deftable().end() || freshnames().count(std::string_view(name))) return false;
+  CellRef t = parsetop(normalise(text));
+  return cellcompare(cellright(t), d->second) == 0;
+}
+
+Intact checkintact() {
+  Intact i;
+  i.T = asprelude("T", "T\\a\\b\\b a");
+  i.K = asprelude("K", "K\\a\\b\\a");
+  i.H = asprelude("H", "H\\a\\I");
+  i.I = asprelude("I", "I\\a\\a");
+  if (i.H) i.hbody = deftable().find(std::string_view("H"))->second->right;
+  return i;
+}
+
+}  // namespace
+
+bool fastready() {
+  intact = checkintact();
+  return intact.T;
+}
+
+CellRef fastrun(CellRef term) {
+  Run run{frames.size(), stack.size()};
+  CellRef e = std::move(term);
+  for (;;) {
+    if (!isnormal(e.get())) {
+      step(run, e);
+    } else if (frames.size() > run.frames) {
+      deliver(run, e);
+    } else {
+      must(stack.size() == run.stack);
+      return e;
+    }
+  }
+}
