@@ -27,7 +27,16 @@ enum class Op : uint8_t {
   argument, // pop a term into a frame that applies the value to it
   pair,     // pop r and l, push the pair (l r)
   grab,     // when n argument frames wait on top, go to c
+  dynamic,  // the value in slot s applied: go where cases[c] says for its shape
 };
+
+// Where the application of a value goes by the value's shape: a pair V x or J x y with x and
+// y put in the two slots, the selector K or H, or anything else.
+struct Cases {
+  uint32_t v, j, k, h, other;
+  uint16_t first, second;  // slots
+};
+constexpr uint32_t nocase = ~0u;
 
 struct Ins {
   Op op;
@@ -41,6 +50,7 @@ struct Code {
   std::vector<CellRef> cells;
   std::vector<std::array<uint8_t, 26>> maps;  // variable to slot, for build
   std::vector<const builtinrow *> rows;
+  std::vector<Cases> cases;
   uint32_t params = 0, slots = 0;
   bool ok = false;  // false: the definition runs by substitution
 };
@@ -48,7 +58,7 @@ struct Code {
 // Which of the prelude's combinators stand as the prelude defines them in this run: the fast
 // machine's shortcuts hold only for those.
 struct Intact {
-  bool T = false, K = false, H = false, I = false;
+  bool T = false, K = false, H = false, I = false, V = false, J = false;
   Cell *hbody = nullptr;  // the body of H, the leaf I it gives
 };
 extern Intact intact;

@@ -273,6 +273,36 @@ int selection(Cell *c) {
   return 0;
 }
 
+// A pair ((h x) y) whose head h is the prelude's V or J: x and y go to the case's slots.
+bool pairof(Act &a, Cell *v, const char *head, int arity, const Cases &cs) {
+  if (isleafcell(v) || isleafcell(v->left) || !leafis(v->left->left, head) || arityof(v->left->left) != arity)
+    return false;
+  Cell *x = v->left->right, *y = v->right;
+  cellinc(x);
+  cellinc(y);
+  release(stack[a.base + cs.first]);
+  release(stack[a.base + cs.second]);
+  stack[a.base + cs.first] = x;
+  stack[a.base + cs.second] = y;
+  return true;
+}
+
+// The case of an applied value by its shape; other when no case is compiled for it.
+uint32_t dynamic(Act &a, const Ins &in) {
+  const Cases &cs = a.code->cases[in.c];
+  Cell *v = stack[a.base + in.s];
+  uint32_t to = nocase;
+  if (isleafcell(v)) {
+    int chosen = selection(v);
+    to = chosen == 1 ? cs.k : chosen == 2 ? cs.h : nocase;
+  } else if (cs.v != nocase && intact.V && pairof(a, v, "V", 3, cs)) {
+    to = cs.v;
+  } else if (cs.j != nocase && intact.J && pairof(a, v, "J", 3, cs)) {
+    to = cs.j;
+  }
+  return to == nocase ? cs.other : to;
+}
+
 // The value under the top n terms applied to them, through the machine's argument frames.
 void applyterms(Act &a, CellRef &e, const Ins &in) {
   if (!in.s) pushcode(a, in.c);
@@ -350,6 +380,9 @@ void runcode(Run &run, Act a, CellRef &e) {
       case Op::grab:
         if (waitingcount(run.frames, in.n) == in.n) a.pc = in.c;
         break;
+      case Op::dynamic:
+        a.pc = dynamic(a, in);
+        break;
     }
   }
 }
@@ -369,6 +402,8 @@ Intact checkintact() {
   i.K = asprelude("K", "K\\a\\b\\a");
   i.H = asprelude("H", "H\\a\\I");
   i.I = asprelude("I", "I\\a\\a");
+  i.V = asprelude("V", "V\\a\\b\\c\\c a b");
+  i.J = asprelude("J", "J\\a\\b\\c\\V a b");
   if (i.H) i.hbody = deftable().find(std::string_view("H"))->second->right;
   return i;
 }
