@@ -10,6 +10,7 @@
 #include "core/cell.h"
 #include "lang/eval.h"
 #include "lang/program.h"
+#include "lib/builtins.h"
 
 static long peakkb() {
   rusage r;
@@ -44,6 +45,7 @@ static void report(const char *name, const Figures &f) {
 }
 
 int main() {
+  builtinsinstall();
   const char *count = "count %d,count\\n\\(n=0)0(count(n-1))";
   char text[128];
   snprintf(text, sizeof text, count, 100000);

@@ -10,6 +10,7 @@
 
 #include "core/number.h"
 #include "lang/program.h"
+#include "lib/builtins.h"
 
 namespace {
 
@@ -80,6 +81,7 @@ std::string shown(double s) {
 }  // namespace
 
 int main() {
+  builtinsinstall();
   bothcapture = new std::string;  // no exact sums here; keep the trace file out of it anyway
   char script[] = "/tmp/tolm.bench.XXXXXX";
   int fd = mkstemp(script);

@@ -77,6 +77,7 @@ Cell *newleaf(const char *text, size_t n) {
   c->word = leafbit;
   unsigned char first = n ? (unsigned char)t[0] : 0;
   if ((isdigitbyte(first) || first == '[') && n < fieldmax) c->word |= (uint64_t)n << fieldshift;
+  if (first == '[') c->word |= 0x40ull << 56;
   return c;
 }
 
@@ -86,6 +87,12 @@ Cell *newpair(Cell *left, Cell *right) {
   c->word = 0;
   c->left = left;
   c->right = right;
+  // A pair of two data cells is data, with the sum of the lengths while both are known.
+  if (datakind(left) && datakind(right)) {
+    uint64_t a = fieldof(left), b = fieldof(right);
+    c->word = 0x40ull << 56;
+    if (a >= 2 && b >= 2 && a + b < fieldmax) c->word |= (a + b) << fieldshift;
+  }
   return c;
 }
 

@@ -29,6 +29,9 @@ inline uint32_t fieldof(const Cell *c) { return (uint32_t)((c->word >> fieldshif
 inline uint8_t topbyte(const Cell *c) { return (uint8_t)(c->word >> 56); }
 inline uint8_t aritycode(const Cell *c) { return topbyte(c) & 0x3F; }
 inline bool redexflag(const Cell *c) { return c->word & redexbit; }
+// The data mark: a "[" leaf, or a pair of two data cells. A cell gets it when it is made, so that
+// telling data from the rest never needs the analysis of terms.
+inline bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
 inline const char *textof(const Cell *c) { return (const char *)&c->left; }
 inline char *textof(Cell *c) { return (char *)&c->left; }
 inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)textof(c)[0] : 0; }

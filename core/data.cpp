@@ -6,8 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "lang/analysis.h"
-#include "lang/chars.h"
+#include "core/byteorder.h"
 
 // k is the integer square root of n - 1 and r what is left over; r decides which of the two
 // smaller numbers stands first in the list and which is k.
@@ -68,12 +67,12 @@ static size_t laststart(std::string_view t) {
 }
 
 bool dataempty(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   return !cellispair(x) && leaftext(x.get()) == "[]";
 }
 
 CellRef datainit(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   if (cellispair(x)) return cellleft(x);
   std::string_view t = leaftext(x.get());
   std::string init(t.substr(0, laststart(t)));
@@ -81,7 +80,7 @@ CellRef datainit(const CellRef &x) {
 }
 
 CellRef datalast(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   if (cellispair(x)) return cellright(x);
   std::string_view t = leaftext(x.get());
   size_t start = laststart(t);
@@ -116,7 +115,7 @@ static void walkdata(Cell *x, Leaf leaf, Mid mid, Post post) {
 // closes again. The trees of "[" and "]" stay groups, since those two have no character form
 // in a bracket text.
 CellRef dataflat(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   if (!cellispair(x)) return x;
   std::string out;
   std::vector<size_t> marks;
@@ -148,7 +147,7 @@ std::string datatext(const CellRef &x) {
 
 // A pair's field holds its length when that was known at analysis; otherwise the leaves add up.
 uint64_t datalen(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   uint64_t n = 0;
   std::vector<Cell *> todo{x.get()};
   while (!todo.empty()) {
@@ -168,7 +167,7 @@ uint64_t datalen(const CellRef &x) {
 
 // Each pair adds its last element to its left list; a leaf counts its outermost elements.
 uint64_t datacount(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   uint64_t n = 0;
   Cell *c = x.get();
   for (; !isleafcell(c); c = c->left) n++;
@@ -204,7 +203,7 @@ static CellRef listoftext(std::string_view t) {
 }
 
 CellRef datalist(const CellRef &x) {
-  must(isdata(x));
+  must(datakind(x.get()));
   std::vector<CellRef> done;
   walkdata(
       x.get(), [&](Cell *c) { done.push_back(listoftext(leaftext(c))); }, [](Cell *) {},

@@ -11,7 +11,6 @@
 #include "core/base.h"
 #include "core/bignum.h"
 #include "core/nat.h"
-#include "lang/analysis.h"
 
 // ---- Shapes of cells.
 
@@ -41,7 +40,7 @@ char numclass(const CellRef &t) {
   unsigned char first = headbyte(c);
   if (isleafcell(c) && first == ' ') return 'e';
   if (isleafcell(c) && first == '(') return 'a';
-  if (isdata(c)) return 'u';
+  if (datakind(c)) return 'u';
   if (!isleafcell(c)) {
     if (isleafcell(c->left)) return 'w';
     if (listof(c, "H")) return 'o';

@@ -7,8 +7,8 @@
 
 #include "core/cell.h"
 
-// ---- Classes and forms. A pair is read as ((J b) rest) where the form names one; the tests of
-// data analyse the term, so the definition table must know the prelude's names.
+// ---- Classes and forms. A pair is read as ((J b) rest) where the form names one; data is told
+// by the mark every data cell carries from its making.
 
 char numclass(const CellRef &t);  // e real, a post, u text, i integer, o exact, w anything else
 bool intform(const CellRef &t);

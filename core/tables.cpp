@@ -84,9 +84,26 @@ Keep::~Keep() {
     if (members.keys[i]) celldec((Cell *)(uintptr_t)members.values[i]);
 }
 
-std::map<std::string, builtinrow> &builtintable() {
-  static std::map<std::string, builtinrow> table;
+void (*builtinsource)(Builtins &table) = nullptr;
+std::string (*layoutsource)() = nullptr;
+
+static Builtins &builtintable() {
+  static Builtins table;
   return table;
+}
+
+Builtins &builtins() {
+  Builtins &table = builtintable();
+  if (table.empty()) {
+    must(builtinsource != nullptr);
+    builtinsource(table);
+  }
+  return table;
+}
+
+std::set<std::string> &loadednames() {
+  static std::set<std::string> names;
+  return names;
 }
 
 // The interned terms stay: the compile steps clear them for themselves.

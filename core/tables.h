@@ -83,7 +83,18 @@ struct builtinrow {
   uint8_t arity;
   CellRef (*run)(CellRef app);
 };
-// The storage of the built-in table; its reader fills it on first use.
-std::map<std::string, builtinrow> &builtintable();
+using Builtins = std::map<std::string, builtinrow>;
+
+// The built-in table, read here and filled by its owner, the library, which sets builtinsource
+// at start. The reader fills the table on first use and again after each reset of the tables.
+Builtins &builtins();
+extern void (*builtinsource)(Builtins &table);
+
+// The bracket text of the C records' sizes and field offsets that programs find under "_"; the
+// library, which owns the records, sets the source at start.
+extern std::string (*layoutsource)();
+
+// The names that a running load has put into the definition table.
+std::set<std::string> &loadednames();
 
 void tablesreset();

@@ -10,6 +10,7 @@
 #include "edit/editor.h"
 #include "edit/term.h"
 #include "edit/undo.h"
+#include "lib/builtins.h"
 
 static std::string finddir(const std::string &s) { return s.ends_with("/") ? s : s + "/"; }
 
@@ -44,6 +45,7 @@ static void loadargs(int argc, char **argv) {
 
 int main(int argc, char **argv) {
   tolmstart();
+  builtinsinstall();
   homedir = findhome();
   char here[4096];
   must(getcwd(here, sizeof here) != nullptr);

@@ -6,7 +6,6 @@
 // Every reader analyses the cell first; the handle forms only save the caller a get(). The
 // readers are inline: once a cell is analysed, each costs a load and a mask.
 inline bool analysed(const Cell *c) { return (topbyte(c) & 0x7F) != 0; }
-inline bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
 void analyse(Cell *c);  // the work behind sizeup, for a cell not analysed yet
 
 inline void sizeup(Cell *c) {

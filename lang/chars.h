@@ -1,4 +1,4 @@
-// Characters of the language: classes, names, groups, normalisation, tokens and the byte order.
+// Characters of the language: classes, names, groups, normalisation, tokens and patterns.
 // Program text stays a byte string; everything decided one character at a time is here.
 #pragma once
 #include <string>
@@ -28,15 +28,6 @@ size_t groupend(std::string_view s, size_t i);
 std::string normalise(std::string_view s);
 // Where the tokens of a text with no operator at its own level begin, in increasing order.
 std::vector<size_t> tokenstarts(std::string_view s);
-
-// The byte order: 256 places, each with a typing alphabet (1, 2 or 3) and a glyph, which
-// together give the byte at that place.
-struct Place {
-  unsigned char glyph, alphabet, byte;
-};
-const Place &byteorder(int place);
-int placeof(unsigned char byte);
-unsigned char nopqchar(int alphabet, unsigned char glyph);
 
 bool charmatch(unsigned char p, unsigned char c);
 std::string swapnewline(std::string s);

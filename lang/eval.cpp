@@ -10,7 +10,6 @@
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "lang/rules.h"
-#include "lib/builtins.h"
 
 uint64_t machinesteps = 0;
 
@@ -150,7 +149,7 @@ static CellRef blobview(Cell *h) {
   return cellpair3(L.V, mkblob(bytes.substr(0, m)), mkblob(bytes.substr(m)));
 }
 
-// Rule 9: a global name. Its leading variables take the arguments; a constant is evaluated once
+// A global name at the head. Its leading variables take the arguments; a constant is evaluated once
 // under the mark of its name and then kept.
 static Then globalname(CellRef &e, Cell *leaf, Cell *const *args, int nargs) {
   std::string_view name(textof(leaf));

@@ -1,8 +1,9 @@
-// The built-in table and the arguments of an application.
-// Rows whose family is not built yet answer Z, the failure that swallows what follows.
+// The built-in table's rows, each family's functions put into them, and the reading of the
+// arguments of an application. The table itself lives with the other tables of the language.
 #include "lib/builtins.h"
 
 #include "core/base.h"
+#include "lib/layout.h"
 
 namespace {
 struct Declared {
@@ -51,7 +52,22 @@ const Declared declared[] = {
     {"tolower", 1}, {"toupper", 1}, {"type", 1}, {"ungetc", 2}, {"wave", 1}, {"write", 3},
 };
 
-CellRef notyet(CellRef) { return CellRef("Z"); }
+// Every row is declared first; each family then fills its own, and none may be left out.
+CellRef unfilled(CellRef) {
+  must(false);
+  return CellRef("Z");
+}
+
+void fill(Builtins &table) {
+  for (const Declared &d : declared) table[d.name] = builtinrow{d.arity, unfilled};
+  must(table.size() == 222);
+  fillstructure(table);
+  fillarith(table);
+  fillclib(table);
+  fillsockets(table);
+  fillload(table);
+  for (const auto &[name, row] : table) must(row.run != unfilled);
+}
 }  // namespace
 
 Cell *argof(Cell *app, int n, int i) {
@@ -63,16 +79,7 @@ Cell *argof(Cell *app, int n, int i) {
   return app->right;
 }
 
-Builtins &builtins() {
-  Builtins &table = builtintable();
-  if (table.empty()) {
-    for (const Declared &d : declared) table[d.name] = builtinrow{d.arity, notyet};
-    must(table.size() == 222);
-    fillstructure(table);
-    fillarith(table);
-    fillclib(table);
-    fillsockets(table);
-    fillload(table);
-  }
-  return table;
+void builtinsinstall() {
+  builtinsource = fill;
+  layoutsource = layouttable;
 }

@@ -1,5 +1,5 @@
-// The built-in table: 222 names with their arities and the functions that rewrite a saturated
-// application of one into its result, and the reading of arguments out of the application.
+// The built-in library: its 222 rows, filled into the table the language reads, each family's
+// filler, and the reading of arguments out of an application.
 #pragma once
 #include <map>
 #include <set>
@@ -7,10 +7,9 @@
 
 #include "core/tables.h"
 
-using Builtins = std::map<std::string, builtinrow>;
-
-// The table, filled on first use and again after each reset of the tables.
-Builtins &builtins();
+// Makes the library's built-ins and record layouts the ones the language reads: every program
+// calls this once at start, before the first evaluation.
+void builtinsinstall();
 
 // Argument i (from 0) of an application of a built-in that reads n arguments: the last argument
 // is the right child of the application, the one before it the right child of its left child.
@@ -24,6 +23,3 @@ void fillfiles(Builtins &table);
 void filldirs(Builtins &table);
 void fillsockets(Builtins &table);
 void fillload(Builtins &table);
-
-// The names that a running load has put into the definition table.
-std::set<std::string> &loadednames();

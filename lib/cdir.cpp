@@ -9,11 +9,11 @@
 
 #include "core/number.h"
 #include "lib/cbind.h"
+#include "lib/layout.h"
 
 namespace {
-// The entry record a program reads, by offset: d_ino 4 bytes at 0, d_off 4 at 4, d_reclen 2 at 8,
-// d_namlen 8 at 16, d_type 4 at 24, d_name 261 at 28. The address of the listing follows it.
-constexpr size_t entrysize = 296, listingat = 296;
+// The entry record a program reads is a direntry; the address of the listing follows it.
+constexpr size_t entrysize = sizeof(direntry), listingat = sizeof(direntry);
 constexpr uint32_t lastoff = 0x7fffffff;
 
 // Type words of an entry: a device, a directory, a link, and everything else as a plain file.
@@ -59,11 +59,6 @@ uint32_t namehash(const char *name) {
 
 Listing *&listingof(char *record) { return *(Listing **)(record + listingat); }
 
-template <class T>
-void put(char *record, size_t offset, T value) {
-  memcpy(record + offset, &value, sizeof value);
-}
-
 CellRef opendirectory(const Cargs &a) {
   const char *name = a.p(0);
   if (!name || !*name) {
@@ -87,14 +82,15 @@ CellRef readdirectory(const Cargs &a) {
   Listing &l = *listingof(record);
   if (l.finished) return fromword(0);
   memset(record, 0, entrysize);
+  direntry *e = (direntry *)record;
   size_t length = strlen(l.name);
-  memcpy(record + 28, l.name, length + 1);
-  put<uint64_t>(record, 16, length);
-  put<uint32_t>(record, 24, l.type);
-  put<uint32_t>(record, 0, 0);
-  put<uint16_t>(record, 8, (uint16_t)entrysize);
+  memcpy(e->d_name, l.name, length + 1);
+  e->d_namlen = length;
+  e->d_type = l.type;
+  e->d_ino = 0;
+  e->d_reclen = (uint16_t)entrysize;
   l.finished = !fetch(l);
-  put<uint32_t>(record, 4, l.finished ? lastoff : namehash(l.name));
+  e->d_off = l.finished ? lastoff : namehash(l.name);
   return fromaddress(record);
 }
 

@@ -480,7 +480,8 @@ CellRef setword(CellRef app) {
   return leaf("I");
 }
 
-// K gives I; H stops the process at the line the language's users know; anything else fails.
+// K gives I; H stops the process with the assertion line that assert always gives, l:242, so
+// that a program's failed assertion reads the same wherever it stands; anything else fails.
 CellRef tolmassert(CellRef app) {
   Cell *v = argof(app.get(), 1, 0);
   if (leafis(v, "K")) return CellRef("I");

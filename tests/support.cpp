@@ -14,12 +14,14 @@
 #include "edit/editor.h"
 #include "edit/term.h"
 #include "edit/undo.h"
+#include "lib/builtins.h"
 
 std::string testlog, testscreen;
 
 namespace {
 struct Capture : ::testing::Environment {
   void SetUp() override {
+    builtinsinstall();
     logcapture = &testlog;
     screencapture = &testscreen;
   }

@@ -8,33 +8,22 @@
 #include "core/tables.h"
 #include "tests/support.h"
 
-TEST(Cells, HeaderFieldsKeepTheirRangesAndEachOther) {
-  EXPECT_EQ(fieldof(CellRef("123").get()), 3u);  // a leaf's field holds its length
-  EXPECT_EQ(fieldof(CellRef("[ab]").get()), 4u);
-  CellRef c = cellpair(CellRef("a"), CellRef("b"));
-  std::vector<CellRef> copies(1000, c);
-  setfield(c.get(), 0x2AAAAAA);
-  setarity(c.get(), -7);
-  setredex(c.get(), true);
-  EXPECT_EQ(countof(c.get()), 1001u);
-  EXPECT_EQ(topbyte(c.get()), 0x40 | 45);
-  copies.clear();
-  setredex(c.get(), false);
-  EXPECT_EQ(topbyte(c.get()), 45);
-  EXPECT_EQ(fieldof(c.get()), 0x2AAAAAAu);
-  setarity(c.get(), -52);  // the floor
-  EXPECT_EQ(aritycode(c.get()), 0);
-  setarity(c.get(), 11);
-  EXPECT_EQ(aritycode(c.get()), 63);
-  EXPECT_DEATH(setfield(c.get(), fieldmax), "ASSERTION FAILED:b:");
-  EXPECT_DEATH(setarity(c.get(), 12), "ASSERTION FAILED:b:");
-  EXPECT_DEATH(setarity(c.get(), -53), "ASSERTION FAILED:b:");
-  // A leaf keeps its flag through the writers of the arity code and the field.
-  CellRef l("K");
-  setarity(l.get(), 2);
-  setfield(l.get(), 1);
-  EXPECT_EQ(topbyte(l.get()), 0x80 | 54);
-  EXPECT_EQ(celltext(l), "K");
+TEST(Cells, DataIsMarkedWhenMadeWithTheLengthsOfItsRopes) {
+  CellRef ab("[ab]"), c("[c]"), five("5");
+  EXPECT_EQ(fieldof(five.get()), 1u);  // a digit leaf's field holds its length
+  EXPECT_TRUE(datakind(ab.get()));
+  EXPECT_FALSE(datakind(five.get()));
+  CellRef rope = cellpair(ab, c);
+  EXPECT_TRUE(datakind(rope.get()));
+  EXPECT_EQ(fieldof(rope.get()), 7u);
+  EXPECT_EQ(fieldof(cellpair(rope, CellRef("[")).get()), 0u);  // a side shorter than 2: unknown
+  EXPECT_FALSE(datakind(cellpair(rope, five).get()));
+  EXPECT_FALSE(datakind(cellpair(five, five).get()));
+  // The writers of the analysis refuse values outside their fields.
+  CellRef p = cellpair(CellRef("a"), CellRef("b"));
+  EXPECT_DEATH(setfield(p.get(), fieldmax), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(setarity(p.get(), 12), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(setarity(p.get(), -53), "ASSERTION FAILED:b:");
 }
 
 TEST(Cells, CountsFollowCopiesAndOverflowStops) {

@@ -4,6 +4,7 @@
 
 #include <set>
 
+#include "core/byteorder.h"
 #include "core/data.h"
 #include "lang/analysis.h"
 #include "lang/chars.h"

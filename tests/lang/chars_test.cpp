@@ -1,9 +1,7 @@
-// Normalisation, groups and token starts, the byte order with its alphabets, the pattern
-// classes of one character, and the swap of NUL and newline.
+// Normalisation, groups and token starts, the pattern classes of one character, and the swap of
+// NUL and newline.
 // Then which texts are names of globals and locals, and which leaves are looked up.
 #include <gtest/gtest.h>
-
-#include <set>
 
 #include "lang/chars.h"
 #include "tests/support.h"
@@ -38,33 +36,6 @@ TEST(Tokens, WordsDigitsGroupsAndSingleBytes) {
   EXPECT_EQ(tokenstarts("Foo"), (P{0, 1}));
   EXPECT_EQ(tokenstarts("[a b]x[c]"), (P{0, 5, 6}));
   EXPECT_EQ(tokenstarts(std::string("a\x01\xff" "b", 4)), (P{0, 1, 2, 3}));
-}
-
-TEST(ByteOrder, PlacesArePermutationOfBytesUnderTheirAlphabets) {
-  std::set<int> bytes;
-  int counts[4] = {};
-  for (int i = 0; i < 256; i++) {
-    const Place &p = byteorder(i);
-    bytes.insert(p.byte);
-    counts[p.alphabet]++;
-    EXPECT_EQ(placeof(p.byte), i);
-  }
-  EXPECT_EQ(bytes.size(), 256u);
-  EXPECT_EQ(counts[1], 94);
-  EXPECT_EQ(counts[2], 68);
-  // The letters run in the language's own order: U before S and T, Z before X and Y.
-  EXPECT_EQ(byteorder(28).glyph, 'U');
-  EXPECT_EQ(placeof(0), 19);
-}
-
-TEST(ByteOrder, GlyphsUnderEachAlphabet) {
-  EXPECT_EQ(nopqchar(2, 'j'), 0);  // small letters as their capitals
-  EXPECT_EQ(nopqchar(2, '?'), 150);
-  EXPECT_EQ(nopqchar(2, ']'), 255);
-  EXPECT_EQ(nopqchar(1, 'a'), 225);
-  EXPECT_EQ(nopqchar(3, 'x'), 'x');
-  Child c = runchild([] { nopqchar(2, '\t'); });
-  EXPECT_EQ(c.out, "TOLMFAIL: nopqchar\n");
 }
 
 TEST(CharMatch, LettersClassesAndFoldedBytes) {

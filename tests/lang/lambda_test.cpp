@@ -75,7 +75,7 @@ TEST(Print, PairsReadLikeSource) {
 TEST(Print, LeavesOfEveryKind) {
   EXPECT_EQ(termprint(CellRef("")), "()");
   EXPECT_EQ(termprint(CellRef(")name")), "()");
-  EXPECT_EQ(termprint(cellpair(CellRef(""), CellRef("x"))), "()x");  // rule 1 needs a second byte
+  EXPECT_EQ(termprint(cellpair(CellRef(""), CellRef("x"))), "()x");  // "()" opens no chain: the flat form wants a second byte
   double d = 1.5;
   std::string real = " ";
   real.append((const char *)&d, 8);

@@ -8,6 +8,7 @@
 #include "core/file.h"
 #include "lang/eval.h"
 #include "lang/program.h"
+#include "lib/builtins.h"
 
 static bool readall(int fd, std::string &text) {
   char buf[65536];
@@ -27,6 +28,7 @@ int main(int argc, char **argv) {
   }
   machinereference = machinereference || reference;
   tolmstart();
+  builtinsinstall();
   srand(0);
   std::string name = argv[argc - 1], text;
   if (name == "-") {

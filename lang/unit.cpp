@@ -1,0 +1,135 @@
+// The steps of a unit of program text, shared by the document's run and the run-time load: each
+// works on a map of definitions and reports the first failure in the words the user sees.
+#include "lang/unit.h"
+
+#include "core/tables.h"
+#include "lang/analysis.h"
+#include "lang/chars.h"
+#include "lang/lambda.h"
+#include "lang/parse.h"
+#include "lang/print.h"
+
+namespace {
+Outcome fails(const std::string &name, int64_t where, const std::string &status, const std::string &message) {
+  return Outcome{name, where, status, message};
+}
+
+// The pieces of a normalised text between its depth-0 commas: the text before the first comma,
+// then each piece after a comma, with the comma's index.
+std::vector<std::pair<size_t, std::string>> pieces(const std::string &text) {
+  std::vector<size_t> commas = oppositions(text, ",");
+  std::vector<std::pair<size_t, std::string>> out;
+  size_t start = 0;
+  for (size_t i = 0; i <= commas.size(); i++) {
+    size_t end = i < commas.size() ? commas[i] : text.size();
+    out.emplace_back(i ? commas[i - 1] : 0, text.substr(start, end - start));
+    start = end + 1;
+  }
+  return out;
+}
+
+// A parsed piece of the form name\body or name()\body: the name's core, whether it has the form
+// with (), and the body, which that form wraps as I body. Nothing for any other piece.
+struct Definition {
+  std::string name;
+  bool fresh;
+  CellRef body;
+};
+
+std::optional<Definition> definitionof(const CellRef &t) {
+  if (!cellispair(t) || isleafcell(t->left) || !leafis(t->left->left, "\\")) return std::nullopt;
+  Cell *x = t->left->right;
+  bool fresh = !isleafcell(x);
+  if (fresh && !leafis(x->right, "}")) return std::nullopt;
+  std::string named = celltextof(fresh ? x->left : x);
+  if (!isname(named)) return std::nullopt;
+  CellRef body(t->right);
+  if (fresh) body = cellpair(CellRef("I"), std::move(body));
+  return Definition{namecore(named), fresh, std::move(body)};
+}
+
+int paramcount(const CellRef &term) {
+  int n = 0;
+  for (Cell *d = term.get(); shapeof(d) == 'u'; d = d->right) n++;
+  return n;
+}
+}  // namespace
+
+Outcome unitread(int64_t base, const std::string &text, Unit &u) {
+  std::string error;
+  int64_t where = -1;
+  if (!matchcheck(text, base, error, where)) return fails("", where, error.substr(0, 5), error);
+  std::string norm = normalise(text);
+  auto all = pieces(norm);
+  u.defs.insert_or_assign("", parsetop(all[0].second));
+  for (size_t i = 1; i < all.size(); i++) {
+    std::optional<Definition> d = definitionof(parsetop(all[i].second));
+    if (!d) continue;
+    const std::string &n = d->name;
+    size_t at = all[i].first + 1;
+    while (at < norm.size() && norm[at] == ' ') at++;
+    if (isvarname(n))
+      return fails(n, base + (int64_t)at, "Lower",
+                   "Single lowercase letters (" + n + ") cannot be defined as global variables.");
+    if (n == "\\" || n == "{" || builtins().count(n))
+      return fails(n, base + (int64_t)at, "Built", "Built in function [" + n + "] cannot be re-defined.");
+    u.defs.insert_or_assign(n, d->body);
+    if (d->fresh) u.fresh.insert(n);
+    else u.fresh.erase(n);
+  }
+  return Outcome();
+}
+
+void unittidy(Defmap &defs) {
+  for (auto &[name, term] : defs) term = unquote(term);
+  for (auto &[name, term] : defs) term = unpair(term);
+}
+
+Outcome unitfunky(const Defmap &defs) {
+  for (const auto &[name, term] : defs) {
+    CellRef bad = funkyterm(term);
+    if (!cellispair(bad) && celllen(bad) == 0) continue;
+    std::string e = swapnewline(termprint(bad));
+    std::string where = name.empty() ? "" : " in function " + name;
+    return fails(name, -1, "Funky", "Funky key in expression " + e + where + ".");
+  }
+  return Outcome();
+}
+
+std::vector<std::string> refsof(const CellRef &term) {
+  std::vector<std::string> out;
+  CellRef refs = globalrefs(term);
+  for (Cell *c = refs.get(); !isleafcell(c); c = c->right) out.push_back(celltextof(c->left));
+  return out;
+}
+
+Outcome unitletters(const std::string &name, CellRef &term) {
+  std::optional<CellRef> renamed = wordlocals(name, term);
+  if (!renamed) return fails(name, -1, "Place", name.empty() ? "Place error." : "Place error in function " + name + ".");
+  term = std::move(*renamed);
+  return Outcome();
+}
+
+Outcome unitarity(const std::string &name, const CellRef &term) {
+  if (paramcount(term) <= 10) return Outcome();
+  return fails(name, -1, "Arity", "Arity of function " + name + " may not exceed ten.");
+}
+
+Outcome unitclosed(const std::string &name, const CellRef &term) {
+  uint32_t s = freeset(term);
+  if (!s) return Outcome();
+  std::string c(1, (char)('a' + __builtin_ctz(s)));
+  std::string message = name.empty() ? "Local variable " + c + " unbound."
+                                     : "Local variable " + c + " unbound in function [" + name + "].";
+  return fails(name, -1, "Local", message);
+}
+
+void keepvalues() {
+  Keep &k = keepset();
+  std::vector<Cell *> passing;
+  for (size_t i = 0; i < k.members.keys.size(); i++) {
+    Cell *member = (Cell *)(uintptr_t)k.members.values[i];
+    if (k.members.keys[i] && !isnormal(member)) passing.push_back(member);
+  }
+  for (Cell *c : passing) keepdrop(k, c);
+}
