@@ -51,7 +51,9 @@ struct Code {
   std::vector<std::array<uint8_t, 26>> maps;  // variable to slot, for build
   std::vector<const builtinrow *> rows;
   std::vector<Cases> cases;
-  uint32_t params = 0, slots = 0;
+  uint32_t captured = 0;  // slots of the variables that the term leaves free, in letter order
+  uint32_t params = 0;    // slots of its parameters, after those
+  uint32_t slots = 0;
   bool ok = false;  // false: the definition runs by substitution
 };
 
@@ -63,5 +65,10 @@ struct Intact {
 };
 extern Intact intact;
 
-// The compiled body of a definition with parameters, made at its first call in a set of tables.
+// The compiled body of a definition, or of an abstraction or a closed term that a program holds,
+// made at its first use in a set of tables.
 const Code &codeof(Cell *def);
+
+// An abstraction that a program holds, made from the term from: the abstraction itself, or a
+// template of the program's text whose free variables took the values given by letter.
+void lambdamade(Cell *lambda, Cell *from, Cell *const *values, uint32_t vars);

@@ -48,6 +48,7 @@ struct Compiler {
   // The term as the machine would have it: the cell itself, or a copy with the slots' values.
   void term(Cell *t) {
     if (!vars(t)) {
+      lambda(t);
       emit(Op::cell, cellindex(t));
       return;
     }
@@ -63,6 +64,11 @@ struct Compiler {
   void value(const Item &i) {
     if (i.t) gen(i.t, false);
     else emit(Op::slot, 0, 0, 0, i.slot);
+  }
+
+  // A closed abstraction of the text: its applications may run its compiled body.
+  void lambda(Cell *t) {
+    if (shapeof(t) == 'u') lambdamade(t, t, nullptr, 0);
   }
 
   bool isvalue(const Item &i) { return !i.t || (vars(i.t) ? staticnormal(i.t) : isnormal(i.t)); }
@@ -116,6 +122,7 @@ void Compiler::gen(Cell *t, bool tail) {
   depth++;
   uint32_t b = vars(t);
   if (!b && isnormal(t)) {
+    lambda(t);
     emit(Op::cell, cellindex(t));
   } else if (b && isleafcell(t)) {
     emit(Op::slot, 0, 0, 0, env[headbyte(t) - 'a']);
@@ -360,12 +367,17 @@ Code compile(Cell *def) {
   Code code;
   Compiler c{code, {}, 0, 0};
   c.env.fill(255);
+  for (uint32_t free = freeset(def); free; free &= free - 1) {
+    c.env[__builtin_ctz(free)] = (uint8_t)c.newslot();
+    c.bound |= free & -free;
+  }
+  code.captured = c.top;
   for (; shapeof(def) == 'u'; def = def->right) {
     int v = textof(def->left->right)[0] - 'a';
     c.env[v] = (uint8_t)c.newslot();
     c.bound |= 1u << v;
   }
-  code.params = c.top;
+  code.params = c.top - code.captured;
   c.gen(def, true);
   code.ok = true;
   return code;

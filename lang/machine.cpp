@@ -1,7 +1,9 @@
 // The fast machine: the states and rules of the literal machine, with the continuation kept in
 // native frames instead of cells, and definitions run from their compiled code.
+#include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "core/tables.h"
@@ -107,7 +109,7 @@ void enter(Run &run, CellRef &e, Cell *head, Cell *def) {
   Cell *args[12];
   int nargs = spineof(e.get(), args, head);
   const Code &code = codeof(def);
-  if (code.ok && code.params == (uint32_t)nargs && !lazyhead(head)) {
+  if (code.ok && !code.captured && code.params == (uint32_t)nargs && !lazyhead(head)) {
     uint32_t base = (uint32_t)stack.size();
     for (int i = nargs - 1; i >= 0; i--) push(args[i]);
     stack.resize(base + code.slots, nullptr);
@@ -127,6 +129,57 @@ void enter(Run &run, CellRef &e, Cell *head, Cell *def) {
   e = substall(CellRef(def), values, vars);
 }
 
+// The abstractions whose making is known, each with the term it was made from and the values
+// that term's free variables took. Each entry holds its cells; entries that alone hold their
+// abstraction go when the table has doubled since it was last cleared of them.
+struct Closure {
+  Cell *from;
+  std::vector<Cell *> values;  // in letter order
+};
+std::unordered_map<Cell *, Closure> closures;
+uint64_t closuresgeneration = ~0ull;
+size_t closureslimit = 4096;
+
+void forget(Cell *lambda, Closure &c) {
+  celldec(lambda);
+  celldec(c.from);
+  for (Cell *v : c.values) celldec(v);
+}
+
+void closuresfresh() {
+  if (closuresgeneration == tablesgeneration) return;
+  for (auto &[lambda, c] : closures) forget(lambda, c);
+  closures.clear();
+  closuresgeneration = tablesgeneration;
+}
+
+// An abstraction applied to a value whose making is known: its compiled body runs on the value
+// and on the values that wait in the argument frames on top, when there are enough of them for
+// all its parameters. Otherwise the machine's rule does one substitution.
+bool lambdacall(Run &run, CellRef &e) {
+  closuresfresh();
+  auto found = closures.find(e->left);
+  if (found == closures.end()) return false;
+  const Code &code = codeof(found->second.from);
+  if (!code.ok || code.params == 0) return false;
+  uint32_t more = code.params - 1;
+  size_t top = frames.size();
+  for (uint32_t i = 0; i < more; i++) {
+    if (top - i <= run.frames) return false;
+    Cell *r = waiting(frames[top - 1 - i]);
+    if (!r || !isnormal(r)) return false;
+  }
+  uint32_t base = (uint32_t)stack.size();
+  for (Cell *v : found->second.values) push(v);
+  push(e->right);
+  for (uint32_t i = 0; i < more; i++) push(waiting(frames[top - 1 - i]));
+  dropframes(top - more);
+  stack.resize(base + code.slots, nullptr);
+  e = CellRef(leaves().I);
+  runcode(run, Act{&code, 0, base, base}, e);
+  return true;
+}
+
 void rewritefast(Run &run, CellRef &e) {
   Cell *h = e.get();
   while (!isleafcell(h) && !isdata(h)) h = h->left;
@@ -134,6 +187,7 @@ void rewritefast(Run &run, CellRef &e) {
     Named &n = named(h);
     if (!n.row && n.defined && shapeof(n.def->second.get()) == 'u') return enter(run, e, h, n.def->second.get());
   }
+  if (!isleafcell(e.get()) && shapeof(e->left) == 'u' && lambdacall(run, e)) return;
   CellRef pushed = leaves().I;
   Then then = rewriteterm(e, pushed);
   if (then == Then::drop) dropall(run);
@@ -245,7 +299,7 @@ bool call(Act &a, CellRef &e, const Ins &in) {
   const Code *code = nullptr;
   if (n.defined && shapeof(n.def->second.get()) == 'u') code = &codeof(n.def->second.get());
   bool tail = in.s;
-  if (!code || !code->ok || code->params != in.n) {
+  if (!code || !code->ok || code->captured || code->params != in.n) {
     e = application(leaf, in.n);
     if (tail) truncate(a.floor);
     else pushcode(a, a.pc);
@@ -329,6 +383,7 @@ void runcode(Run &run, Act a, CellRef &e) {
         uint32_t vars = freeset(t);
         slotvalues(a, a.code->maps[in.m], vars, values);
         stack.push_back(substall(CellRef(t), values, vars).release());
+        if (shapeof(t) == 'u') lambdamade(stack.back(), t, values, vars);
         break;
       }
       case Op::eval:
@@ -410,6 +465,31 @@ Intact checkintact() {
 
 }  // namespace
 
+void lambdamade(Cell *lambda, Cell *from, Cell *const *values, uint32_t vars) {
+  closuresfresh();
+  if (closures.count(lambda)) return;
+  if (closures.size() >= closureslimit) {
+    for (auto i = closures.begin(); i != closures.end();) {
+      if (countof(i->first) > 1) {
+        ++i;
+        continue;
+      }
+      forget(i->first, i->second);
+      i = closures.erase(i);
+    }
+    closureslimit = std::max<size_t>(4096, 2 * closures.size());
+  }
+  Closure c{from, {}};
+  cellinc(lambda);
+  cellinc(from);
+  for (; vars; vars &= vars - 1) {
+    Cell *v = values[__builtin_ctz(vars)];
+    cellinc(v);
+    c.values.push_back(v);
+  }
+  closures.emplace(lambda, std::move(c));
+}
+
 bool fastready() {
   intact = checkintact();
   return intact.T;
@@ -418,6 +498,12 @@ bool fastready() {
 CellRef fastrun(CellRef term) {
   Run run{frames.size(), stack.size()};
   CellRef e = std::move(term);
+  if (!isleafcell(e.get()) && !isnormal(e.get())) {
+    const Code &code = codeof(e.get());
+    uint32_t base = (uint32_t)stack.size();
+    stack.resize(base + code.slots, nullptr);
+    runcode(run, Act{&code, 0, base, base}, e);
+  }
   for (;;) {
     if (!isnormal(e.get())) {
       step(run, e);
