@@ -20,11 +20,44 @@ static int leadingbinders(Cell *d) {
   return n;
 }
 
+static void sizename(Cell *c, const char *t);
+
+// One-byte names are analysed once for each state of the definition table: the truth values and
+// failures that built-ins make afresh are such leaves, and the machine asks about each of them.
+static void sizebyte(Cell *c, unsigned char first) {
+  static struct {
+    uint64_t generation = ~0ull, epoch = 0;
+    size_t size = 0;
+    std::array<uint64_t, 256> top{};  // the analysed bits of the header, with bit 0 set once known
+  } seen;
+  Defs &defs = deftable();
+  if (seen.generation != tablesgeneration || seen.epoch != defs.epoch || seen.size != defs.size()) {
+    seen.top.fill(0);
+    seen.generation = tablesgeneration;
+    seen.epoch = defs.epoch;
+    seen.size = defs.size();
+  }
+  constexpr uint64_t analysis = ~(countmask | leafbit);
+  if (!seen.top[first]) {
+    sizename(c, textof(c));
+    seen.top[first] = (c->word & analysis) | 1;
+  }
+  c->word = (c->word & ~analysis) | (seen.top[first] & analysis & ~1ull);
+}
+
 static void sizeleaf(Cell *c) {
   const char *t = textof(c);
   unsigned char first = (unsigned char)t[0];
   if (first == ')' || first == ']') return settop(c, 0xB5);
   if (first == '[') return settop(c, 0xC0);
+  if (first == ' ' || first == '(' || (first >= '0' && first <= '9')) return settop(c, 0xB5);
+  if (first && !t[1]) return sizebyte(c, first);
+  sizename(c, t);
+}
+
+// Names by the definition table; any other leaf is a value of arity 1.
+static void sizename(Cell *c, const char *t) {
+  unsigned char first = (unsigned char)t[0];
   std::string text(t);
   if (!isleafname(text)) return settop(c, 0xB5);
   auto &defs = deftable();

@@ -25,6 +25,7 @@ enum class Op : uint8_t {
   apply,    // apply the value under the top n terms to them; s = 1 in tail position, else resume at c
   resume,   // frame that resumes at c; the values above now belong to a nested activation
   argument, // pop a term into a frame that applies the value to it
+  defer,    // a frame that applies the value to cells[c] with the slots of maps[m], built when needed
   pair,     // pop r and l, push the pair (l r)
   grab,     // when n argument frames wait on top, go to c
   dynamic,  // the value in slot s applied: go where cases[c] says for its shape

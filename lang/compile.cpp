@@ -57,8 +57,20 @@ struct Compiler {
   }
 
   void term(const Item &i) {
-    if (i.t) term(i.t);
-    else emit(Op::slot, 0, 0, 0, i.slot);
+    if (!i.t) emit(Op::slot, 0, 0, 0, i.slot);
+    else if (isleafcell(i.t) && vars(i.t)) emit(Op::slot, 0, 0, 0, env[headbyte(i.t) - 'a']);
+    else term(i.t);
+  }
+
+  // An argument frame for the item; a term with variables is kept unbuilt with their values.
+  void waits(const Item &i) {
+    if (!i.t || !vars(i.t) || isleafcell(i.t)) {
+      term(i);
+      emit(Op::argument);
+      return;
+    }
+    if (code.maps.empty() || code.maps.back() != env) code.maps.push_back(env);
+    emit(Op::defer, cellindex(i.t), (uint32_t)code.maps.size() - 1);
   }
 
   void value(const Item &i) {
@@ -179,10 +191,7 @@ void Compiler::applyterm(Cell *t, const Items &items, size_t from, bool tail) {
 // The items wait in argument frames while the head is evaluated in their sight.
 void Compiler::framed(const Item &head, const Items &items, size_t from, bool tail) {
   size_t resume = tail ? 0 : emit(Op::resume);
-  for (size_t i = items.size(); i-- > from;) {
-    term(items[i]);
-    emit(Op::argument);
-  }
+  for (size_t i = items.size(); i-- > from;) waits(items[i]);
   term(head);
   emit(Op::done);
   if (!tail) patch(resume);
@@ -324,10 +333,7 @@ bool Compiler::builtin(Cell *h, const builtinrow *row, const Items &a, int arity
 bool Compiler::call(Cell *h, const Items &a, int arity, bool tail) {
   bool extras = a.size() > (size_t)arity;
   size_t resume = extras && !tail ? emit(Op::resume) : 0;
-  for (size_t i = a.size(); extras && i-- > (size_t)arity;) {
-    term(a[i]);
-    emit(Op::argument);
-  }
+  for (size_t i = a.size(); extras && i-- > (size_t)arity;) waits(a[i]);
   for (int i = 0; i < arity; i++) value(a[i]);
   emit(Op::call, cellindex(h), 0, arity, tail || extras);
   if (extras && !tail) patch(resume);

@@ -19,14 +19,15 @@ Intact intact;
 
 namespace {
 
-// A frame: apply the value to cell (argument), apply cell to the value (function), or give the
-// value to the suspended activation of compiled code (code).
-enum class Kind : uint8_t { argument, function, code };
+// A frame: apply the value to cell (argument), or to the term cell with the values of its
+// variables, not built until it is needed (deferred); apply cell to the value (function); or give
+// the value to the suspended activation of compiled code (code).
+enum class Kind : uint8_t { argument, deferred, function, code };
 
 struct Frame {
   Cell *cell;  // counted; null for code
   const Code *code;
-  uint32_t pc, base, floor;
+  uint32_t pc, base, floor;  // for deferred: where its values start in captures, and how many
   Kind kind;
 };
 
@@ -39,6 +40,7 @@ struct Act {
 // Shared by nested evaluations, each above the part of the one that called it.
 std::vector<Frame> frames;
 std::vector<Cell *> stack;  // counted cells; a slot not bound yet holds null
+std::vector<Cell *> captures;  // counted values of deferred frames, in the frames' order
 
 // Where one evaluation's frames and values begin: a failure mark drops everything above.
 struct Run {
@@ -70,23 +72,52 @@ void truncate(size_t n) {
   while (stack.size() > n) release(pop());
 }
 
-void dropframes(size_t n) {
-  while (frames.size() > n) {
-    release(frames.back().cell);
-    frames.pop_back();
+void dropframe() {
+  Frame &f = frames.back();
+  release(f.cell);
+  if (f.kind == Kind::deferred) {
+    for (uint32_t i = f.base; i < f.base + f.floor; i++) celldec(captures[i]);
+    captures.resize(f.base);
   }
+  frames.pop_back();
+}
+
+void dropframes(size_t n) {
+  while (frames.size() > n) dropframe();
 }
 
 void pushframe(Kind kind, Cell *counted) { frames.push_back({counted, nullptr, 0, 0, 0, kind}); }
 
 void pushcode(const Act &a, uint32_t pc) { frames.push_back({nullptr, a.code, pc, a.base, a.floor, Kind::code}); }
 
-// The argument that frame i holds for a linear head, as the literal machine finds (T r) frames;
-// null for any other frame.
-Cell *waiting(const Frame &f) {
+// Whether a frame holds an argument for a linear head, as the literal machine finds (T r) frames.
+bool waiting(const Frame &f) {
+  return f.kind == Kind::argument || f.kind == Kind::deferred || (f.kind == Kind::function && argpart(f.cell));
+}
+
+// The argument cell that a waiting frame holds built; null for a deferred one.
+Cell *held(const Frame &f) {
   if (f.kind == Kind::argument) return f.cell;
   if (f.kind == Kind::function && argpart(f.cell)) return f.cell->right;
   return nullptr;
+}
+
+// The term of a deferred frame, built now with the values it kept.
+CellRef built(const Frame &f) {
+  Cell *values[26];
+  uint32_t vars = freeset(f.cell), i = f.base;
+  for (uint32_t v = vars; v; v &= v - 1) values[__builtin_ctz(v)] = captures[i++];
+  CellRef t = substall(CellRef(f.cell), values, vars);
+  if (shapeof(f.cell) == 'u') lambdamade(t.get(), f.cell, values, vars);
+  return t;
+}
+
+// The argument of the waiting frame on top, which goes.
+CellRef takearg() {
+  const Frame &f = frames.back();
+  CellRef r = f.kind == Kind::deferred ? built(f) : CellRef(held(f));
+  dropframe();
+  return r;
 }
 
 size_t waitingcount(size_t floor, size_t want) {
@@ -164,15 +195,18 @@ bool lambdacall(Run &run, CellRef &e) {
   if (!code.ok || code.params == 0) return false;
   uint32_t more = code.params - 1;
   size_t top = frames.size();
+  if (top < run.frames + more) return false;
+  std::vector<CellRef> args;
   for (uint32_t i = 0; i < more; i++) {
-    if (top - i <= run.frames) return false;
-    Cell *r = waiting(frames[top - 1 - i]);
-    if (!r || !isnormal(r)) return false;
+    const Frame &f = frames[top - 1 - i];
+    if (!waiting(f)) return false;
+    args.push_back(f.kind == Kind::deferred ? built(f) : CellRef(held(f)));
+    if (!isnormal(args.back().get())) return false;
   }
   uint32_t base = (uint32_t)stack.size();
   for (Cell *v : found->second.values) push(v);
   push(e->right);
-  for (uint32_t i = 0; i < more; i++) push(waiting(frames[top - 1 - i]));
+  for (CellRef &r : args) stack.push_back(r.release());
   dropframes(top - more);
   stack.resize(base + code.slots, nullptr);
   e = CellRef(leaves().I);
@@ -214,12 +248,7 @@ void step(Run &run, CellRef &e) {
       return;
     }
   } else if (lazyhead(E) && waitingcount(run.frames, (size_t)n) == (size_t)n) {
-    for (int i = 0; i < n; i++) {
-      Frame f = frames.back();
-      frames.pop_back();
-      e = cellpair(std::move(e), CellRef(waiting(f)));
-      release(f.cell);
-    }
+    for (int i = 0; i < n; i++) e = cellpair(std::move(e), takearg());
     return rewritefast(run, e);
   }
   bool left = n == 0 ? !isdata(E->left) && redexflag(E->left) : !isnormal(E->left);
@@ -232,14 +261,55 @@ void step(Run &run, CellRef &e) {
   }
 }
 
+int selection(Cell *c);
+
+// Takes the waiting frame on top. A deferred term that is no abstraction gives its compiled code,
+// with the values it kept pushed from base on the stack; any other gives its argument in e.
+const Code *takeforce(CellRef &e, uint32_t &base) {
+  const Frame &f = frames.back();
+  if (f.kind != Kind::deferred || shapeof(f.cell) == 'u') {
+    e = takearg();
+    return nullptr;
+  }
+  const Code &code = codeof(f.cell);
+  base = (uint32_t)stack.size();
+  for (uint32_t i = f.base; i < f.base + f.floor; i++) push(captures[i]);
+  dropframe();
+  return &code;
+}
+
+// The prelude's K or H meets two waiting arguments, the first of them deferred: K keeps the first
+// and H (by way of I) the second, which is evaluated in place of both; the other is never built.
+bool choose(Run &run, CellRef &e) {
+  int chosen = selection(e.get());
+  if (!chosen || frames.size() < run.frames + 2 || !waiting(frames[frames.size() - 2])) return false;
+  uint32_t base = 0;
+  const Code *code;
+  if (chosen == 1) {
+    code = takeforce(e, base);
+    dropframe();
+  } else {
+    dropframe();
+    code = takeforce(e, base);
+  }
+  if (code) {
+    stack.resize(base + code->slots, nullptr);
+    runcode(run, Act{code, 0, base, base}, e);
+  }
+  return true;
+}
+
 // A value for the frame on top: applied to a waiting argument, given to a function, or handed
 // to the activation that waits for it.
 void deliver(Run &run, CellRef &e) {
+  if (frames.back().kind == Kind::deferred && choose(run, e)) return;
+  if (frames.back().kind != Kind::code && frames.back().kind != Kind::function) {
+    e = cellpair(std::move(e), takearg());
+    return;
+  }
   Frame f = frames.back();
   frames.pop_back();
-  if (f.kind == Kind::argument) {
-    e = cellpair(std::move(e), adopt(f.cell));
-  } else if (f.kind == Kind::function) {
+  if (f.kind == Kind::function) {
     e = cellpair(adopt(f.cell), std::move(e));
   } else {
     stack.push_back(e.release());
@@ -316,6 +386,20 @@ bool call(Act &a, CellRef &e, const Ins &in) {
   stack.resize(base + code->slots, nullptr);
   a = Act{code, 0, base, base};
   return true;
+}
+
+// A deferred argument frame: the term and the values of its variables, in letter order.
+void defer(const Act &a, const Ins &in) {
+  Cell *t = a.code->cells[in.c].get();
+  const std::array<uint8_t, 26> &map = a.code->maps[in.m];
+  uint32_t start = (uint32_t)captures.size();
+  for (uint32_t v = freeset(t); v; v &= v - 1) {
+    Cell *c = stack[a.base + map[__builtin_ctz(v)]];
+    cellinc(c);
+    captures.push_back(c);
+  }
+  cellinc(t);
+  frames.push_back({t, nullptr, 0, start, (uint32_t)captures.size() - start, Kind::deferred});
 }
 
 // The prelude's K keeps the first of two arguments; its H drops the first and gives I, which
@@ -424,6 +508,9 @@ void runcode(Run &run, Act a, CellRef &e) {
         break;
       case Op::argument:
         pushframe(Kind::argument, pop());
+        break;
+      case Op::defer:
+        defer(a, in);
         break;
       case Op::pair: {
         Cell *r = pop(), *l = pop();
