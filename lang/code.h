@@ -17,6 +17,7 @@ enum class Op : uint8_t {
   build,    // push cells[c] with the slots of maps[m] put for its variables
   eval,     // bring the top to normal form
   builtin,  // call rows[c] on a fresh application of leaf cells[m] to the top n values
+  quick,    // the same for the operator s on two values, done at once when both are small integers
   call,     // call the definition of leaf cells[c] on the top n values; s = 1 in tail position
   select,   // top K: drop it and go on; top H: drop it, go to c; anything else: go to m
   jump,     // go to c
@@ -57,6 +58,14 @@ struct Code {
   uint32_t slots = 0;
   bool ok = false;  // false: the definition runs by substitution
 };
+
+// The operators that the fast machine does itself on two integers that fit a word, and the
+// operator of a built-in's name (none for any other name).
+enum class Quick : uint8_t { none, plus, dash, mult, over, cent, less, gteq, same, diff };
+Quick quickof(const char *name);
+// The operator's result, counted, the very leaf the built-in would give; null when an argument is
+// no such integer or the result might not fit, and the built-in must run.
+Cell *quick(Quick q, Cell *a, Cell *b);
 
 // Which of the prelude's combinators stand as the prelude defines them in this run: the fast
 // machine's shortcuts hold only for those.

@@ -308,7 +308,8 @@ bool Compiler::bind(const Item &x, const Item &value, const Item &body, const It
 bool Compiler::builtin(Cell *h, const builtinrow *row, const Items &a, int arity, bool tail) {
   for (int i = 0; i < arity; i++) value(a[i]);
   code.rows.push_back(row);
-  emit(Op::builtin, (uint32_t)code.rows.size() - 1, cellindex(h), arity);
+  Quick q = arity == 2 ? quickof(textof(h)) : Quick::none;
+  emit(q == Quick::none ? Op::builtin : Op::quick, (uint32_t)code.rows.size() - 1, cellindex(h), arity, (int)q);
   size_t extras = a.size() - (size_t)arity;
   if (extras == 0) {
     finish(tail);

@@ -475,6 +475,18 @@ void runcode(Run &run, Act a, CellRef &e) {
         e = adopt(pop());
         pushcode(a, a.pc);
         return;
+      case Op::quick: {
+        size_t n = stack.size();
+        if (Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1])) {
+          celldec(stack[n - 1]);
+          celldec(stack[n - 2]);
+          stack[n - 2] = r;
+          stack.pop_back();
+          break;
+        }
+        if (!builtin(run, a, e, in)) return;
+        break;
+      }
       case Op::builtin:
         if (!builtin(run, a, e, in)) return;
         break;
@@ -495,10 +507,19 @@ void runcode(Run &run, Act a, CellRef &e) {
         release(stack[a.base + in.s]);
         stack[a.base + in.s] = pop();
         break;
-      case Op::done:
-        e = adopt(pop());
+      case Op::done: {
+        Cell *v = pop();
         truncate(a.floor);
+        if (frames.size() > run.frames && frames.back().kind == Kind::code && isnormal(v)) {
+          const Frame &f = frames.back();
+          a = Act{f.code, f.pc, f.base, f.floor};
+          frames.pop_back();
+          stack.push_back(v);
+          break;
+        }
+        e = adopt(v);
         return;
+      }
       case Op::apply:
         applyterms(a, e, in);
         return;

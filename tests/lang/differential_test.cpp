@@ -36,6 +36,11 @@ TEST(Differential, ShortCutsThatCouldShow) {
            "f 5,f\\n\\(n<1)0(f(n-1)),H\\a\\K",
            "V (f 1 2) (f 2 3),f\\a\\b\\(a<b)(I a b)(K b a)",
            "c,c\\c+1",                              // a constant that needs itself
+           // operators on word integers, done without the built-in, at their edges
+           "V (5/0) (5%0) (05/3) (05%3) (5%03) (07/2) (7%02)",
+           "V (999999999999999999+1) (0999999999999999999-2) (999999999999999999*999999999999999999)",
+           "V (9223372036854775807+1) (3037000500*3037000500) (1<2) (2<1) (3>3) (03>3) (4=4) (4#4)",
+           "V (1+(2^01)) (1+(real 2)) ((2^60)=(2^60)) (raws 3 3) (raws (1+2) (1+2))",
            "load [g 2,g\\x\\x+1]",
            "load [g,g\\g]",
            "(load [K,h\\x\\x]) 3",
