@@ -16,6 +16,7 @@
 #include "edit/save.h"
 #include "edit/term.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 using Clock = std::chrono::steady_clock;
 

@@ -9,6 +9,7 @@
 #include "edit/editor.h"
 #include "edit/prompt.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 // What the key does to the front of each line that is not blank: dentdrop takes the first byte
 // away, denttrim leaves the front as it is, any other byte is put in front.
@@ -65,6 +66,8 @@ static void replacelines(Doc &d, int64_t w, int64_t end, const std::string &text
   d.point = w;
 }
 
+// The undo log keeps Dent's records as type 7 and calls denttodo and dentundo to apply and
+// reverse them (edit/undo.cpp).
 void denttodo(Oper *o) {
   Doc &d = cur();
   Dent r = unpack(o);

@@ -9,6 +9,7 @@
 #include "edit/editor.h"
 #include "edit/glyph.h"
 #include "edit/term.h"
+#include "edit/view.h"
 
 std::vector<uint16_t> cells;
 uint8_t flipped = 0;

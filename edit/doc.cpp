@@ -1,4 +1,4 @@
-// Documents: reading, editing and settling the window of difference.
+// Documents: reading, editing and settling the window of difference, the document model alone.
 // Head and tail live in one gap buffer; only the window and what an edit touches are copied.
 #include "edit/doc.h"
 
@@ -7,9 +7,7 @@
 #include <cstdio>
 
 #include "core/base.h"
-#include "edit/glyph.h"
-
-int64_t width = 80, height = 24;
+#include "edit/view.h"
 
 // The common text as one string with a gap.
 
@@ -114,12 +112,6 @@ bool endswith(const Doc &d, const std::string &s) {
   for (int64_t i = 0; i < n; i++)
     if (charat(d, d.point - n + i) != (unsigned char)s[(size_t)i]) return false;
   return true;
-}
-
-int64_t colof(const Doc &d) {
-  int64_t j = d.point - 1;
-  while (j >= 0 && charat(d, j) != 10) j--;
-  return (d.point - j - 1) % width;
 }
 
 std::string restofline(const Doc &d) {
@@ -248,6 +240,7 @@ void usedput(Doc &d, unsigned char b) {
   else insertbyte(d, b);
 }
 
+// The only edit that scrolls: Backspace keeps the point on the screen as part of its meaning.
 void dropback(Doc &d, bool one) {
   if (d.over == 1) {
     if (d.point == 0) return;
@@ -304,125 +297,3 @@ void setnow(Doc &d, const std::string &s) {
   d.now = s;
 }
 
-// Motion.
-
-void gobol(Doc &d) {
-  int64_t j = d.point - 1;
-  while (charat(d, j) != 10) j--;
-  d.point = j + 1;
-  keepvisible(d, false);
-}
-
-void goeol(Doc &d) {
-  int64_t j = d.point, len = lenof(d);
-  while (j < len && charat(d, j) != 10) j++;
-  d.point = j;
-  keepvisible(d, false);
-}
-
-void toend(Doc &d) {
-  d.edge = -1;
-  d.point = lenof(d);
-  d.top = std::max<int64_t>(lenof(d) - width + 6, 0);
-}
-
-void toendkeep(Doc &d) {
-  d.edge = -1;
-  d.point = lenof(d);
-  d.top = std::min(std::max<int64_t>(lenof(d) - width + 6, 0), std::max<int64_t>(d.top, 0));
-}
-
-// The start of the screen row after the one starting at top; top itself when the text ends first.
-int64_t rowafter(const Doc &d, int64_t top) {
-  int64_t len = lenof(d);
-  for (int64_t i = 0; i < width; i++) {
-    if (top + i >= len) return top;
-    if (charat(d, top + i) == 10) return top + i + 1;
-  }
-  return top + width;
-}
-
-void nextrow(Doc &d) {
-  int64_t t = rowafter(d, d.top);
-  if (t != d.top) d.edge = -1;
-  d.top = t;
-}
-
-void snaprow(Doc &d) {
-  for (int64_t i = 0; i < 4096; i++) {
-    if (charat(d, d.top - i - 1) == 10) {
-      int64_t s = d.top - i;
-      while (s < d.top) s += width;
-      d.top = s;
-      return;
-    }
-  }
-}
-
-void recentre(Doc &d, bool one) {
-  int64_t rows = one ? 1 : height - 1, x = d.point;
-  for (int64_t i = 0;; i++) {
-    x = d.point - i;
-    if (charat(d, x - 1) == 10 || i + 1 >= width) break;
-  }
-  for (int64_t r = 0; r < (rows - 1) / 2 && x > 0; r++) {
-    for (int64_t j = 0; j < width && x > 0; j++) {
-      x--;
-      if (charat(d, x - 1) == 10) break;
-    }
-  }
-  d.top = std::max<int64_t>(x, 0);
-  d.edge = -1;
-  snaprow(d);
-}
-
-bool onscreen(const Doc &d, bool one) {
-  if (d.top > d.point) return false;
-  int64_t rows = one ? 1 : height - 1, count = 0, t = d.top;
-  for (;;) {
-    count++;
-    if (count > rows) return false;
-    int64_t n = rowafter(d, t);
-    if (n > d.point || n == t) return true;
-    t = n;
-  }
-}
-
-void keepvisible(Doc &d, bool one) {
-  if (!onscreen(d, one)) recentre(d, one);
-}
-
-void measure(Doc &d) {
-  int64_t pos = d.top, rows = 0, col = 0;
-  while (rows < height - 1) {
-    unsigned char b = charat(d, pos++);
-    if (b == 10 || ++col == width) {
-      rows++;
-      col = 0;
-    }
-  }
-  d.edge = pos;
-}
-
-void ensureedge(Doc &d) {
-  if (d.edge == -1) measure(d);
-}
-
-// A search that wraps around the text: the point lands behind the first match, and the current
-// position is tried last. Nothing ends before offset 0, so no match stands there.
-void seek(Doc &d, const std::string &s, bool forward) {
-  int64_t n = lenof(d), m = (int64_t)s.size();
-  if (n < 2) return;
-  for (int64_t k = 1; k < n; k++) {
-    int64_t q = forward ? (d.point + k + n) % n : (d.point - k + n) % n;
-    if (q < m || q == 0) continue;
-    bool hit = true;
-    for (int64_t i = 0; i < m && hit; i++)
-      hit = charlike((unsigned char)s[(size_t)i], charat(d, q - m + i));
-    if (hit) {
-      d.point = q;
-      keepvisible(d, false);
-      return;
-    }
-  }
-}

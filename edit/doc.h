@@ -13,6 +13,8 @@ struct Common {
   size_t split = 0;   // length of head; tail is the rest
 };
 
+// Current text = head + now + tail; saved text = head + was + tail. Offsets are bytes into the
+// current text. top and edge say what the screen shows (edit/view.h).
 struct Doc {
   int64_t top = 0;    // offset of the first byte on the first text row
   Common common;      // head and tail
@@ -23,8 +25,7 @@ struct Doc {
   uint8_t over = 0;   // 1 when typing overwrites
 };
 
-// The screen size that rows and scrolling are measured in.
-extern int64_t width, height;
+// Reading. None of these changes anything.
 
 Doc newdoc(const std::string &text);
 int64_t headlen(const Doc &d);
@@ -33,37 +34,49 @@ std::string headof(const Doc &d);
 std::string tailof(const Doc &d);
 std::string textof(const Doc &d);
 int64_t lenof(const Doc &d);
+// Byte i of the current text; a newline for any i outside it, as if one stood before and after.
 unsigned char charat(const Doc &d, int64_t i);
 bool isclean(const Doc &d);
 bool isdirty(const Doc &d);
+// All fields equal: commands use it to notice that nothing moved.
 bool samedoc(const Doc &a, const Doc &b);
+// Whether the bytes just before the point are s.
 bool endswith(const Doc &d, const std::string &s);
-int64_t colof(const Doc &d);
+// From the point to its line's end, without the newline; "\n" on a newline, "" at the end.
 std::string restofline(const Doc &d);
 std::string textrange(const Doc &d, int64_t from, int64_t to);
 
-void settle(Doc &d);
-void widen(Doc &d);
-void widenover(Doc &d);
-void insertbyte(Doc &d, unsigned char b);
-void usedputo(Doc &d, unsigned char b);
-void usedput(Doc &d, unsigned char b);
-void dropback(Doc &d, bool one);
-void dropspan(Doc &d, int64_t n);
-void addspan(Doc &d, const std::string &s);
-void flatten(Doc &d);
-void setnow(Doc &d, const std::string &s);
+// The window. These move only its bounds: both texts and the point stay as they are, but for
+// the placeholder of widenover.
 
-void gobol(Doc &d);
-void goeol(Doc &d);
-void toend(Doc &d);
-void toendkeep(Doc &d);
-int64_t rowafter(const Doc &d, int64_t top);
-void nextrow(Doc &d);
-void snaprow(Doc &d);
-void recentre(Doc &d, bool one);
-bool onscreen(const Doc &d, bool one);
-void keepvisible(Doc &d, bool one);
-void measure(Doc &d);
-void ensureedge(Doc &d);
-void seek(Doc &d, const std::string &s, bool forward);
+// The canonical window: was and now share no first and no last byte, a pure insertion or
+// deletion slides as far right as it can, and an unchanged document has all its text in head.
+void settle(Doc &d);
+// Settles, then opens the window so that the point lies inside it or on its edges: the place
+// where an insertion goes.
+void widen(Doc &d);
+// As widen, but with a byte of the window at the point, to be overwritten. At the end of the
+// text that byte is the placeholder "!" in now, which the caller always replaces.
+void widenover(Doc &d);
+
+// Editing. Each leaves the window settled, except dropback, which the next edit settles.
+
+// Inserts b at the point, which moves behind it.
+void insertbyte(Doc &d, unsigned char b);
+// Overwrites the byte at the point with b, or appends b at the end of the text; the point moves
+// behind it. Logs the window before, during and after.
+void usedputo(Doc &d, unsigned char b);
+// usedputo when the document overtypes, else insertbyte: what a typed byte does.
+void usedput(Doc &d, unsigned char b);
+// Backspace: the byte before the point goes, or in overtype the point only steps back. Scrolls
+// as needed to keep the point shown: on one row when one, for the prompt line.
+void dropback(Doc &d, bool one);
+// Removes n bytes at the point; a span past the end of the text is a broken invariant.
+void dropspan(Doc &d, int64_t n);
+// Inserts s at the point, which moves behind it.
+void addspan(Doc &d, const std::string &s);
+// Puts all text into the window: was := the saved text, now := the current text, head and tail
+// empty. A whole-text rewrite starts here and settles afterwards.
+void flatten(Doc &d);
+// flatten, then now := s: the current text replaced whole, not yet settled.
+void setnow(Doc &d, const std::string &s);

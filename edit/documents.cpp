@@ -9,6 +9,7 @@
 #include "edit/editor.h"
 #include "edit/files.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 // Unsaved text is dropped without a question; the scratch document is never closed, and it sorts
 // first, so closing the last file goes back to it.

@@ -19,7 +19,7 @@ extern int64_t mark;              // selection end, -1 for none
 extern uint8_t alphabet;          // typing alphabet, 1 to 3
 extern uint64_t kink;             // the colour word
 extern std::string killtext;      // what C-k gathered, C-y and C-space put back
-extern int64_t listsel;           // the selected slot of a picker
+extern int64_t listsel;           // the selected slot of a picker; Find's starting point
 constexpr uint64_t defaultkink = 0x76E948BA98800321ull;
 
 Doc &cur();
@@ -52,6 +52,4 @@ unsigned char typed(uint8_t alpha, unsigned char key);
 void passon(const std::string &key);
 
 bool keydone(const std::string &s);
-// The length of the key unit at i of s, or 0 when s ends before the unit is whole.
-size_t keyunit(const std::string &s, size_t i);
 void keydispatch();

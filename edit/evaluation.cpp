@@ -5,7 +5,9 @@
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
+#include "edit/prompt.h"
 #include "edit/term.h"
+#include "edit/view.h"
 #include "lang/chars.h"
 #include "lang/program.h"
 
@@ -41,16 +43,9 @@ static void evalrun() {
 void tolmdome() {
   std::string key = modekey("M-e", evalpainter);
   if (key.empty()) return evalrun();
-  Doc &p = promptline;
-  if (key == "\x08") {
-    bool moved = p.top != 0;
-    p.top = 0;
+  if (key == "\x08" || key == "\x14") {
+    bool moved = key == "\x08" ? prompthome() : promptstep();
     return moved ? repaint() : bell();
-  }
-  if (key == "\x14") {
-    bool room = p.top < lenof(p) - width + 6;
-    if (room) p.top++;
-    return room ? repaint() : bell();
   }
   if (key == "\x1bk" || key == "\x1bu" || key == "\x1b" "a" || key == "\x1bz") {
     modecommon(key, false);

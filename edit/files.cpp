@@ -15,6 +15,7 @@
 #include "edit/editor.h"
 #include "edit/save.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 std::vector<std::string> listing;
 std::string listdir = "/";

@@ -6,7 +6,9 @@
 #include <vector>
 
 extern std::vector<std::string> listing;  // the names on show
-extern std::string listdir;               // directory of the listing, ending in "/"
+// The directory of the listing, ending in "/". Find and Swap keep their texts in the same string
+// under the name failtext (edit/find.h): a picker and a search are never active together.
+extern std::string listdir;
 extern int64_t listwidth;                 // length of the longest name, at least 2
 
 // Open's listing of dir: "./", "../" unless dir is the root, then its subdirectories with a "/"

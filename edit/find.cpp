@@ -11,6 +11,7 @@
 #include "edit/files.h"
 #include "edit/glyph.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 // The pickers and the two search modes are never active at once, and each of them sets the
 // string on entry, so the listing's directory and the search text can share one string: after
@@ -24,6 +25,25 @@ uint64_t matchstep(const std::string &s, uint64_t state, unsigned char c) {
   for (size_t i = 0; i < s.size(); i++)
     if (charlike((unsigned char)s[i], c)) mask |= 1ull << (i + 1);
   return mask & (2 * state + 1);
+}
+
+// A hit at q is a match of s that ends just before q; none ends before offset 0, not even an
+// empty s, so q = 0 is never a hit.
+void seek(Doc &d, const std::string &s, bool forward) {
+  int64_t n = lenof(d), m = (int64_t)s.size();
+  if (n < 2) return;
+  for (int64_t k = 1; k < n; k++) {
+    int64_t q = forward ? (d.point + k + n) % n : (d.point - k + n) % n;
+    if (q < m || q == 0) continue;
+    bool hit = true;
+    for (int64_t i = 0; i < m && hit; i++)
+      hit = charlike((unsigned char)s[(size_t)i], charat(d, q - m + i));
+    if (hit) {
+      d.point = q;
+      keepvisible(d, false);
+      return;
+    }
+  }
 }
 
 // Find.
@@ -248,6 +268,8 @@ static Packed unpack(const std::string &data) {
   return p;
 }
 
+// The undo log keeps Swap's records as type 1 and calls these two to apply and reverse them
+// (edit/undo.cpp); the base record of every document has type 1 too, with nothing to replace.
 void swaptodo(Oper *o) {
   Packed p = unpack(o->data);
   swapspan(cur(), o->w, p.end, p.from, p.to, p.bits);

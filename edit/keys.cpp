@@ -1,4 +1,4 @@
-// Key units and the dispatcher: which command a key string reaches, in the table's order.
+// Whole keys and the dispatcher: which command a key string reaches, in the table's order.
 // A mode is matched by prefix, so every later key comes back to it while its prefix stands.
 #include <string_view>
 
@@ -9,49 +9,15 @@
 
 using namespace std::literals;
 
-// The length of the key unit at i, or 0 when the string ends before the unit does.
-static size_t unitlen(const std::string &s, size_t i) {
-  size_t n = s.size();
-  unsigned char b = (unsigned char)s[i];
-  if (b < 0x80 && b != 0x1B) return 1;
-  if (b >= 0x80) {
-    int ones = 0;
-    while (ones < 8 && (b & (0x80 >> ones))) ones++;
-    if (ones == 1 || ones >= 5) return 1;
-    for (int j = 1; j < ones; j++) {
-      if (i + j >= n) return 0;
-      if (((unsigned char)s[i + j] & 0xC0) != 0x80) return (size_t)j;
-    }
-    return (size_t)ones;
-  }
-  if (i + 1 >= n) return 0;
-  unsigned char c = (unsigned char)s[i + 1];
-  if (c >= 0x80) {
-    size_t u = unitlen(s, i + 1);
-    return u ? u + 1 : 0;
-  }
-  if (c != '[') return 2;
-  size_t j = i + 2;
-  if (j >= n) return 0;
-  auto in = [&](unsigned char lo, unsigned char hi) {
-    return (unsigned char)s[j] >= lo && (unsigned char)s[j] <= hi;
-  };
-  while (j < n && in(0x30, 0x3F)) j++;
-  while (j < n && in(0x20, 0x2F)) j++;
-  if (j >= n) return 0;
-  return j + 1 - i;
-}
-
+// Complete when every unit from the front is whole; the terminal layer knows what a unit is.
 bool keydone(const std::string &s) {
   for (size_t i = 0; i < s.size();) {
-    size_t u = unitlen(s, i);
+    size_t u = keyunit(s, i);
     if (!u) return false;
     i += u;
   }
   return true;
 }
-
-size_t keyunit(const std::string &s, size_t i) { return unitlen(s, i); }
 
 void tolmdocg() {
   tolmlog("C-g!\n");

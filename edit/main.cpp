@@ -1,20 +1,23 @@
-// The editor's entry point: directories, the scratch document, the files of the command line,
-// character mode, the first paint, and then key rounds for ever.
+// The editor's entry point: the options, directories, the scratch document, the files of the
+// command line, character mode, the first paint, and then key rounds for ever.
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
 
 #include "core/base.h"
 #include "core/file.h"
+#include "core/version.h"
 #include "edit/display.h"
 #include "edit/editor.h"
+#include "edit/loop.h"
 #include "edit/term.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 #include "lib/builtins.h"
 
 static std::string finddir(const std::string &s) { return s.ends_with("/") ? s : s + "/"; }
 
-// HOME first, then the literal of the original platform, then the root.
+// HOME first, then the fixed first try "/Users/Admin/", then the root.
 static std::string findhome() {
   const char *home = getenv("HOME");
   if (home && *home && fileisdir(home)) return finddir(home);
@@ -29,9 +32,8 @@ static void stopwith(const std::string &line) {
 }
 
 // Loads the named files; a name that cannot be a file path or cannot be read stops the start.
-static void loadargs(int argc, char **argv) {
-  for (int i = 1; i < argc; i++) {
-    std::string arg = argv[i];
+static void loadargs(const std::vector<std::string> &args) {
+  for (const std::string &arg : args) {
     std::string path = arg.empty() || arg.ends_with("/") ? "" : normalpath(arg);
     if (path.empty()) stopwith("Cannot normalize file: " + arg + "\n");
     if (!fileisplain(path) || !filereadable(path)) stopwith("Cannot open file: " + path + "\n");
@@ -43,7 +45,13 @@ static void loadargs(int argc, char **argv) {
   }
 }
 
+static const char usage[] =
+    "Usage: tolm [OPTION]... [FILE]...\n"
+    "Edit each FILE in the terminal; the last one named is shown first. Without a FILE,\n"
+    "start in the scratch document, which is never saved. Control-C ends tolm.\n";
+
 int main(int argc, char **argv) {
+  std::vector<std::string> files = operands(argc, argv, "tolm", usage);
   tolmstart();
   builtinsinstall();
   homedir = findhome();
@@ -54,7 +62,7 @@ int main(int argc, char **argv) {
   openlog(scratchname);
   docs[scratchname] = newdoc("");
   curname = scratchname;
-  loadargs(argc, argv);
+  loadargs(files);
   consolemode();
   windowsize(width, height);
   needwindow(width, height);

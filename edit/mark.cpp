@@ -5,6 +5,8 @@
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
+#include "edit/find.h"
+#include "edit/view.h"
 
 static void markpainter() { paintdoc("Mark"); }
 

@@ -8,6 +8,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/term.h"
+#include "edit/view.h"
 
 // Runs a motion in place and tells whether anything a motion can change has moved.
 static bool moved(void (*motion)(Doc &, bool)) {
@@ -133,14 +134,6 @@ void tolmdocd() {
   });
 }
 
-// The start of the screen row that ends with the byte at last: a back scan of up to width - 1
-// bytes for a newline, else a whole row of width bytes, never before offset 0.
-static int64_t rowup(const Doc &d, int64_t last) {
-  for (int64_t i = 1; i < width; i++)
-    if (charat(d, last - i) == 10) return last - i + 1;
-  return std::max<int64_t>(last - width + 1, 0);
-}
-
 void tolmdocu() {
   plain("C-u", [] {
     Doc &d = cur();
@@ -148,9 +141,12 @@ void tolmdocu() {
     d.edge = d.top;
     d.point = d.top - 1;
     d.top = rowup(d, d.point);
-    for (int64_t r = 1; r <= height - 2 && d.top > 0; r++) {
-      d.top = rowup(d, d.top - 1);
-      if (r == (height - 2) / 2) d.point = d.top;
+    // Then height - 2 rows further up, none past offset 0. The point is the top reached half
+    // way, which is 0 when the walk meets the start of the text before then.
+    int64_t rows = height - 2, half = rows / 2;
+    for (int64_t r = 0; r <= rows; r++) {
+      if (r > 0 && d.top > 0) d.top = rowup(d, d.top - 1);
+      if (r == half) d.point = d.top;
     }
     snaprow(d);
     tolmlog("tolmdocu,e=" + std::to_string(d.point) + "\n");

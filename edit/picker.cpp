@@ -7,6 +7,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/files.h"
+#include "edit/view.h"
 
 // How many bytes of every key are scrolled off to the left.
 static int64_t listshift = 0;

@@ -6,6 +6,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/prompt.h"
+#include "edit/view.h"
 
 bool prompthome() {
   if (promptline.top == 0) return false;

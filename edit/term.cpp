@@ -1,5 +1,6 @@
 // The terminal layer: termios character mode with the interrupt key alive, TIOCGWINSZ and
 // SIGWINCH for the window, key bytes cut into units, and the one buffered writer of the screen.
+// It calls nothing of the editor: the key loop calls down into it.
 #include "edit/term.h"
 
 #include <cerrno>
@@ -12,8 +13,6 @@
 #include <unistd.h>
 
 #include "core/base.h"
-#include "edit/display.h"
-#include "edit/editor.h"
 
 std::string screenout;
 std::string *screencapture = nullptr;
@@ -84,20 +83,37 @@ void windowsize(int64_t &w, int64_t &h) {
   h = ws.ws_row;
 }
 
-void needwindow(int64_t w, int64_t h) {
-  if (w >= 7 && h >= 2) return;
-  screenout += "\x1b[1;1HTolm cannot recover from windows less than 7,2\n";
-  flushout();
-  exit(1);
-}
-
-void resized(int64_t w, int64_t h) {
-  width = w;
-  height = h;
-  needwindow(w, h);
-  screenresize();
-  keepvisible(cur(), false);
-  repaint();
+// The length of the key unit at i, or 0 when the string ends before the unit does.
+size_t keyunit(const std::string &s, size_t i) {
+  size_t n = s.size();
+  unsigned char b = (unsigned char)s[i];
+  if (b < 0x80 && b != 0x1B) return 1;
+  if (b >= 0x80) {
+    int ones = 0;
+    while (ones < 8 && (b & (0x80 >> ones))) ones++;
+    if (ones == 1 || ones >= 5) return 1;
+    for (int j = 1; j < ones; j++) {
+      if (i + j >= n) return 0;
+      if (((unsigned char)s[i + j] & 0xC0) != 0x80) return (size_t)j;
+    }
+    return (size_t)ones;
+  }
+  if (i + 1 >= n) return 0;
+  unsigned char c = (unsigned char)s[i + 1];
+  if (c >= 0x80) {
+    size_t u = keyunit(s, i + 1);
+    return u ? u + 1 : 0;
+  }
+  if (c != '[') return 2;
+  size_t j = i + 2;
+  if (j >= n) return 0;
+  auto in = [&](unsigned char lo, unsigned char hi) {
+    return (unsigned char)s[j] >= lo && (unsigned char)s[j] <= hi;
+  };
+  while (j < n && in(0x30, 0x3F)) j++;
+  while (j < n && in(0x20, 0x2F)) j++;
+  if (j >= n) return 0;
+  return j + 1 - i;
 }
 
 // The terminal's spelling of a navigation key, as the byte of the Control key it stands for.
@@ -143,29 +159,24 @@ std::vector<std::string> takeunits(std::string &pending) {
   return units;
 }
 
-void keyround() {
+std::vector<std::string> readkeys(bool &resized) {
   static std::string pending;
+  resized = false;
   pollfd fds[2] = {{0, POLLIN, 0}, {winchpipe[0], POLLIN, 0}};
   if (poll(fds, 2, -1) < 0) {
     must(errno == EINTR);
-    return;
+    return {};
   }
   if (fds[1].revents & POLLIN) {
     char drain[64];
     must(read(winchpipe[0], drain, sizeof drain) > 0);
-    int64_t w, h;
-    windowsize(w, h);
-    resized(w, h);
+    resized = true;
   }
-  if (fds[0].revents) {
-    char buf[4096];
-    ssize_t n = read(0, buf, sizeof buf);
-    if (n < 0 && errno == EINTR) return;
-    must(n > 0);
-    pending.append(buf, (size_t)n);
-    for (const std::string &unit : takeunits(pending)) {
-      keys += unit;
-      if (keydone(keys)) keydispatch();
-    }
-  }
+  if (!fds[0].revents) return {};
+  char buf[4096];
+  ssize_t n = read(0, buf, sizeof buf);
+  if (n < 0 && errno == EINTR) return {};
+  must(n > 0);
+  pending.append(buf, (size_t)n);
+  return takeunits(pending);
 }

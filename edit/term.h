@@ -1,5 +1,5 @@
-// The terminal layer: character mode, the window size and its changes, key bytes in and the
-// buffered screen output. Everything else of the editor runs without a terminal.
+// The terminal layer: character mode, the window size and notice of its change, key bytes read
+// and cut into the key units of the dispatch table, and the buffered screen output. Nothing else.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -11,14 +11,17 @@ extern std::string screenout;
 extern std::string *screencapture;
 void flushout();
 
+// Character mode without echo, with the interrupt key alive; every way out of the process puts
+// the terminal's modes back as they were.
 void consolemode();
 void windowsize(int64_t &w, int64_t &h);
-// A window below 7 by 2 ends the process with its message; nothing can be shown in it.
-void needwindow(int64_t w, int64_t h);
-void resized(int64_t w, int64_t h);
 
+// The length of the key unit at i of s, or 0 when s ends before the unit is whole: one byte, a
+// UTF-8 sequence, Escape and the unit after it, or a CSI sequence up to its final byte.
+size_t keyunit(const std::string &s, size_t i);
 // Cuts the complete key units off the front of pending, with the terminal's spellings of the
 // navigation keys turned into the bytes of their Control keys; an unfinished unit stays behind.
 std::vector<std::string> takeunits(std::string &pending);
-
-void keyround();
+// Blocks until the terminal has something: returns the key units read, and sets resized when
+// the window changed its size since the last call. A unit split across two reads waits here.
+std::vector<std::string> readkeys(bool &resized);

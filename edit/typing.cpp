@@ -6,6 +6,7 @@
 #include "edit/editor.h"
 #include "edit/glyph.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 
 // The byte that a typed key stores in an alphabet. Alphabet 2 is the inverse of the glyphs of
 // class 2, small and capital letters alike, so that a byte shows as the key that types it.

@@ -4,18 +4,7 @@
 #include <cstdint>
 #include <string>
 
-// One operation. The tree's links live in the record; colour, type, number and offset share one
-// 64-bit word, highest bit first, so an offset must fit in 30 bits.
-struct Oper {
-  std::string name;  // key of the document
-  std::string data;  // payload, by type
-  Oper *up = nullptr, *left = nullptr, *right = nullptr;
-  uint64_t w : 30;   // an offset into the text, or for type 0 the link of the undo chain
-  uint64_t v : 30;   // number within the document: 0 for the base record, then 1, 3, 5, ...
-  uint64_t t : 3;    // type: 0 undo, 2 taps, 3 vows, 4 kill, 5 yank, 6 byte; 1 and 7 below
-  uint64_t z : 1;    // 1 for a black node
-  Oper() : w(0), v(0), t(0), z(0) {}
-};
+#include "edit/optree.h"
 
 void openlog(const std::string &name);
 void closelog(const std::string &name);
@@ -47,7 +36,8 @@ void logvows();
 void logdent(unsigned char b);
 
 // Types 1 (Swap, also every base record), 3 (the sort of definitions, which is reversed here from
-// the text it keeps) and 7 (Dent) are applied and reversed by their commands.
+// the text it keeps) and 7 (Dent) are applied and reversed by their commands: edit/find.cpp,
+// edit/vows.cpp and edit/dent.cpp hold these.
 void swaptodo(Oper *o);
 void swapundo(Oper *o);
 void vowstodo(Oper *o);

@@ -9,6 +9,7 @@
 #include "edit/editor.h"
 #include "edit/prompt.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 #include "lang/chars.h"
 #include "lang/parse.h"
 
@@ -54,7 +55,8 @@ static std::string sortdefinitions(const std::string &text) {
   return out;
 }
 
-// The point stays at its offset, moved back to the start of its line.
+// The undo log applies its type-3 records here (edit/undo.cpp) and reverses them itself from the
+// whole text that the record keeps. The point stays at its offset, moved back to its line's start.
 void vowstodo(Oper *o) {
   Doc &d = cur();
   setnow(d, sortdefinitions(textof(d)));

@@ -14,6 +14,7 @@
 #include "edit/editor.h"
 #include "edit/term.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 #include "lib/builtins.h"
 
 std::string testlog, testscreen;

@@ -3,39 +3,25 @@
 #include <gtest/gtest.h>
 
 #include "tests/edit/edittest.h"
-#include "tests/vterm.h"
 
-class Dent : public EditorTest<20, 5> {
- protected:
-  // Puts the point and the mark where a test wants them, with the point on the screen.
-  void select(Doc &d, int64_t point, int64_t from) {
-    d.point = point;
-    keepvisible(d, false);
-    mark = from;
-  }
-  void dent(const std::string &key) {
-    press("\x1bi");
-    press(key);
-  }
-};
+using Dent = EditorTest<20, 5>;
 
 TEST_F(Dent, PlusIndentsTheSelectedLinesAndUndoPutsTheBlanksBack) {
   const std::string text = "x\n  one  \ntwo \n   \nlast";
   Doc &d = opendoc("/p", text);
-  Vterm term(20, 5);
-  select(d, 22, 3);  // inside the first line of the range: that line is not whole, so it stays
+  moveto(d, 22);
+  mark = 3;  // inside the first line of the range: that line is not whole, so it stays
   press("\x1bi");
-  term.feed(testscreen);
-  EXPECT_EQ(term.row(0).substr(0, 16), "Dent Type_-_or_+");
+  EXPECT_EQ(textof(promptline), "Type - or +");
   press("+");
   EXPECT_EQ(textof(d), "x\n  one  \n two\n\nlast");
   EXPECT_EQ(d.point, 10);
   EXPECT_EQ(mark, -1);
-  select(d, 0, 20);
-  dent(" ");  // the space bar puts a "+" in front
+  moveto(d, 0);
+  mark = 20;
+  typetext("\x1bi ");  // the space bar puts a "+" in front
   EXPECT_EQ(textof(d), "+x\n+  one\n+ two\n\nlast");
-  press("\x1f");
-  press("\x1f");
+  typetext("\x1f\x1f");
   EXPECT_TRUE(isclean(d));
 }
 
@@ -43,11 +29,12 @@ TEST_F(Dent, MinusNeedsABlankInFrontOfEveryLine) {
   const std::string text = "  a \n\n   \n b\nc\n d\n";
   Doc &d = opendoc("/m", text);
   d.point = 3;
-  dent("-");  // without a mark: every line up to the last newline; "c" has no blank to lose
+  typetext("\x1bi-");  // without a mark: every line up to the last newline; "c" has no blank to lose
   EXPECT_EQ(d.point, 13);
   EXPECT_EQ(lastop(), firstop());
-  select(d, 0, 13);
-  dent("-");
+  moveto(d, 0);
+  mark = 13;
+  typetext("\x1bi-");
   EXPECT_EQ(textof(d), " a\n\n\nb\nc\n d\n");
   press("\x1f");
   EXPECT_EQ(textof(d), text);
@@ -55,13 +42,12 @@ TEST_F(Dent, MinusNeedsABlankInFrontOfEveryLine) {
 
 TEST_F(Dent, TabOnlyTrimsAndTheKeyIsTypedInTheAlphabet) {
   Doc &d = opendoc("/t", "ab\ncd");
-  dent("\t");  // nothing to trim: nothing at all
+  typetext("\x1bi\t");  // nothing to trim: nothing at all
   EXPECT_EQ(lastop(), firstop());
   d = newdoc("ab  \ncd  ");
-  dent("\t");  // the last line has no newline and is not in the range
+  typetext("\x1bi\t");  // the last line has no newline and is not in the range
   EXPECT_EQ(textof(d), "ab\ncd  ");
   d = newdoc("ab\n");
-  press("\x1br");
-  dent("-");  // in alphabet 1 the "-" key types 173, which goes in front
+  typetext("\x1br\x1bi-");  // in alphabet 1 the "-" key types 173, which goes in front
   EXPECT_EQ(textof(d), "\xad" "ab\n");
 }

@@ -64,6 +64,9 @@ TEST_F(Screen, TheTitleRowAndTheCursor) {
   repaint();
   show();
   EXPECT_EQ(term.row(0).substr(0, 16), "Tolm Press_escap");
+  press("\x1b" "b");  // the number prompts take digits in any alphabet: their own block colour
+  show();
+  EXPECT_EQ(term.at(0, 4).back, 8);
 }
 
 TEST_F(Screen, ChangedBytesAndTheStateColours) {
@@ -118,23 +121,4 @@ TEST_F(Screen, ARepaintOfAnUnchangedScreenWritesOnlyTheCursor) {
   testscreen.clear();
   press("\x1bg");  // the alphabet block is the only cell that changes
   EXPECT_EQ(testscreen, "\x1b[1;1H\x1b[0m\x1b[1;5H\x1b[102m \x1b[3;1H\x1b[1;3H\x1b[3;1H");
-}
-
-TEST_F(Screen, NumberPromptsShowTheirBlockInTheHighlightColour) {
-  opendoc("/n", "x");
-  press("\x1b" "b");
-  show();
-  EXPECT_EQ(term.row(0).substr(0, 4), "Byte");
-  EXPECT_EQ(term.at(0, 4).back, 8);
-}
-
-TEST(ColourWord, DigitsAndRandomWords) {
-  editorreset(40, 8);
-  EXPECT_EQ(showkink(), "76E948BA98800321");
-  newkink();
-  EXPECT_EQ(testlog, "tolmkink: " + showkink() + "\n");
-  EXPECT_NE(kink, defaultkink);
-  Child c = runchild([] { pinkfore(false, false, 4); });
-  EXPECT_NE(c.status, 0);
-  EXPECT_EQ(c.out, "TOLMFAIL: pinkfore\n");
 }

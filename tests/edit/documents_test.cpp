@@ -24,21 +24,17 @@ TEST_F(Documents, CloseDropsUnsavedTextAndNeverTheScratch) {
   EXPECT_EQ(docs.count("/b"), 0u);
 }
 
-TEST_F(Documents, TemporaryNamesInTheLanguagesDigitsWithoutRepeats) {
+// Names in the language's digits, none repeated through the wrap of both counters, and none
+// that a file already has; nothing is written before a save.
+TEST_F(Documents, NewDocumentsOnFreeTemporaryNames) {
   EXPECT_EQ(tempname(27 * 36 + 28), "/tmp/tolm.new.0000RU");
   EXPECT_EQ(tempname(33 * 36 + 35), "/tmp/tolm.new.0000ZY");
   EXPECT_EQ(tempname((1u << 31) - 1), "/tmp/tolm.new.YIK0YJ");  // 35 is "Y", the last
-  Namestreams s = {0xFFF0, 0x7FFF};  // through the wrap of both counters
+  Namestreams s = {0xFFF0, 0x7FFF};
   std::set<std::string> seen;
-  for (int i = 0; i < 70000; i++) {
-    std::string name = drawname(s);
-    EXPECT_TRUE(seen.insert(name).second) << name;
-  }
-}
-
-TEST_F(Documents, NewDocumentOnAFreeName) {
+  for (int i = 0; i < 70000; i++) EXPECT_TRUE(seen.insert(drawname(s)).second) << i;
   press("\x1bn");
-  EXPECT_FALSE(fileisplain(curname));  // nothing on disk before a save
+  EXPECT_FALSE(fileisplain(curname));
   Namestreams next = namestreams;
   std::string taken = drawname(next);
   writefile(taken, "someone's file");
@@ -50,8 +46,7 @@ TEST_F(Documents, NewDocumentOnAFreeName) {
 
 TEST_F(Documents, WalkTakesBackOvertypedBytesInTurn) {
   Doc &d = opendoc("/w", "abcdef");
-  press("\x18");  // overtype
-  typetext("xyz");
+  typetext("\x18xyz");
   EXPECT_TRUE(rings("\x1bm"));  // past the window: back to its start
   for (int i = 0; i < 3; i++) EXPECT_FALSE(rings("\x1bm"));
   EXPECT_TRUE(isclean(d));

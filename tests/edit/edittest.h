@@ -6,6 +6,7 @@
 
 #include "edit/editor.h"
 #include "edit/undo.h"
+#include "edit/view.h"
 #include "tests/support.h"
 
 // Opens a document of the given text under name and makes it current.
@@ -16,14 +17,25 @@ inline Doc &opendoc(const std::string &name, const std::string &text) {
   return cur();
 }
 
+// Puts the point at p with the screen following it, as a motion would.
+inline void moveto(Doc &d, int64_t p) {
+  d.point = p;
+  keepvisible(d, false);
+}
+
 // Hands one key to the dispatcher, as the key loop does.
 inline void press(const std::string &key) {
   keys += key;
   keydispatch();
 }
 
+// Types the bytes one at a time, as a terminal sends them, and dispatches whenever keys holds
+// whole keys: "\x1bt12x" is M-t, then 1, 2 and x.
 inline void typetext(const std::string &text) {
-  for (char c : text) press(std::string(1, c));
+  for (char c : text) {
+    keys += c;
+    if (keydone(keys)) keydispatch();
+  }
 }
 
 // Presses a key and tells whether the bell rang.

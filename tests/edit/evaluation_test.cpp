@@ -1,34 +1,21 @@
-// Escape e in the editor, seen through a terminal: the result or the message on the title row,
-// the point on an error, the selection as the program, and the mode's keys.
+// Escape e in the editor: the result or the message on the title row's line, the point on an
+// error, the selection as the program, and the mode's keys.
 #include <gtest/gtest.h>
 
-#include "edit/term.h"
 #include "tests/edit/edittest.h"
-#include "tests/support.h"
-#include "tests/vterm.h"
 
-namespace {
-class Evaluation : public EditorTest<40, 6> {
- protected:
-  Vterm term{40, 6};
-  std::string title() {
-    term.feed(testscreen);
-    testscreen.clear();
-    return term.row(0);
-  }
-};
-}  // namespace
+using Evaluation = EditorTest<40, 6>;
 
 TEST_F(Evaluation, ShowsRunningThenTheResult) {
   opendoc("/p", "S K K 5");
   press("\x1b" "e");
   EXPECT_NE(testscreen.find("Running..."), std::string::npos);  // painted before the run
-  EXPECT_TRUE(title().starts_with("Eval 5 ")) << term.row(0);
+  EXPECT_EQ(textof(promptline), "5");
   EXPECT_EQ(keys, "\x1b" "e");  // the mode stays
   press("q");  // a foreign key leaves the mode and is typed
   EXPECT_EQ(keys, "");
-  EXPECT_EQ(textof(cur()).substr(0, 1), "q");
-  EXPECT_TRUE(title().starts_with("File /p")) << term.row(0);
+  EXPECT_EQ(textof(cur()), "qS K K 5");
+  EXPECT_EQ(textof(promptline), "/p");
 }
 
 TEST_F(Evaluation, TheSelectionIsTheProgramAndErrorsMoveThePoint) {
@@ -36,28 +23,26 @@ TEST_F(Evaluation, TheSelectionIsTheProgramAndErrorsMoveThePoint) {
   d.point = 5;
   mark = 9;
   press("\x1b" "e");
-  EXPECT_TRUE(title().starts_with("Eval K7 ")) << term.row(0);
+  EXPECT_EQ(textof(promptline), "K7");
   EXPECT_EQ(mark, -1);
   press("\x07");
   d.point = 9;
   mark = 17;
   press("\x1b" "e");
-  EXPECT_TRUE(title().starts_with("Eval Single_lowercase")) << term.row(0);
-  EXPECT_EQ(cur().point, 14);  // the offset of the selection counts
+  EXPECT_TRUE(textof(promptline).starts_with("Single lowercase")) << textof(promptline);
+  EXPECT_EQ(d.point, 14);  // the offset of the selection counts
+  Doc &e = opendoc("/e", "");
+  press("\x1b" "e");  // an empty program has its own message, and the point stays
+  EXPECT_NE(textof(promptline).find("Alive function [TOP]"), std::string::npos) << textof(promptline);
+  EXPECT_EQ(e.point, 0);
 }
 
-TEST_F(Evaluation, AnEmptyDocumentLeavesThePointWhereItIs) {
-  press("\x1b" "e");
-  EXPECT_NE(title().find("Alive_function_[TOP]"), std::string::npos) << term.row(0);
-  EXPECT_EQ(cur().point, 0);
-}
-
+// The line scrolls by the steps of the title row's line outside modes, which ring at its ends.
 TEST_F(Evaluation, ScrollingTheResult) {
   opendoc("/p", "S K K [" + std::string(60, 'x') + "y]");
   press("\x1b" "e");
-  EXPECT_NE(title().find("Eval [xxx"), std::string::npos) << term.row(0);
-  EXPECT_TRUE(rings("\x08"));  // already at the start
-  for (int i = 0; i < 29; i++) press("\x14");  // up to length - width + 6
-  EXPECT_NE(title().find("xy]"), std::string::npos) << term.row(0);
-  EXPECT_TRUE(rings("\x14"));  // no further
+  EXPECT_TRUE(rings("\x08"));
+  EXPECT_FALSE(rings("\x14"));
+  EXPECT_EQ(promptline.top, 1);
+  EXPECT_EQ(keys, "\x1b" "e");
 }

@@ -8,8 +8,9 @@
 #include "tests/vterm.h"
 
 // For each pattern letter, text bytes it must accept and bytes it must refuse. Bytes of classes 1
-// and 2 count by their glyphs: 225 shows "a", 193 "A", 151 "0", a blank "_", 10 stays.
-TEST(Charlike, EveryPatternLetter) {
+// and 2 count by their glyphs: 225 shows "a", 193 "A", 151 "0", a blank "_", 10 stays. The
+// matcher keeps one bit for each prefix of the pattern that ends at the byte.
+TEST(Patterns, EveryLetterAndTheMatcher) {
   const std::string nl = "\n";
   const struct {
     char p;
@@ -26,9 +27,6 @@ TEST(Charlike, EveryPatternLetter) {
     for (char y : c.yes) EXPECT_TRUE(charlike(c.p, y)) << c.p << " takes " << (int)(unsigned char)y;
     for (char n : c.no) EXPECT_FALSE(charlike(c.p, n)) << c.p << " refuses " << (int)(unsigned char)n;
   }
-}
-
-TEST(Matchstep, BitsFollowEveryPartialMatch) {
   uint64_t st = 1;
   for (char c : std::string("ababa")) st = matchstep("aba", st, c);
   EXPECT_EQ(st, 1u | 2u | 8u);  // "a" and "aba" end here, "ab" does not
@@ -37,20 +35,32 @@ TEST(Matchstep, BitsFollowEveryPartialMatch) {
 
 using Find = EditorTest<20, 5>;
 
+// seek lands behind a match and wraps around the text, trying the point's own place last; no
+// match ends before offset 0, so one that ends at the end of the text is never found.
+TEST_F(Find, SeekWrapsAndLandsBehindTheMatch) {
+  Doc d = newdoc("ab ab ab");
+  const std::tuple<const char *, bool, int64_t> seeks[] = {
+      {"ab", true, 5}, {"ab", true, 2}, {"ab", false, 5}, {"U", true, 5},
+      {"R", true, 6},  // a blank shows as "_", so it is of the small letters' class
+  };
+  d.point = 2;
+  for (auto [s, forward, want] : seeks) {
+    seek(d, s, forward);
+    EXPECT_EQ(d.point, want) << s;
+  }
+}
+
 TEST_F(Find, TypingSearchesOnAndAFailureWaitsForBackspace) {
   Doc &d = opendoc("/f", "xab abc ab");
-  press("\x1bs");
-  typetext("ab");
+  typetext("\x1bsab");
   EXPECT_EQ(d.point, 3);
   EXPECT_FALSE(rings("c"));  // "abc" ends further on
   EXPECT_EQ(d.point, 7);
   EXPECT_TRUE(rings("q"));
   EXPECT_EQ(failtext, "abcq");
-  press("z");  // no search while failing
-  press("\x7f");  // back to the text that failed: the failure ends
+  typetext("z\x7f");  // no search while failing; back to the text that failed, the failure ends
   EXPECT_EQ(failtext, "");
-  press("\x7f");  // "abcq" does not stand before the point: it stays
-  press("\x7f");  // "abc" does: the point steps back with the end of the match
+  typetext("\x7f\x7f");  // "abcq" does not stand before the point, "abc" does: a step back
   EXPECT_EQ(d.point, 6);
   EXPECT_FALSE(rings("\x08"));  // C-h: back to the "ab" before
   EXPECT_TRUE(rings("\x08"));  // the next one back wraps around: no retreat
@@ -58,7 +68,7 @@ TEST_F(Find, TypingSearchesOnAndAFailureWaitsForBackspace) {
   EXPECT_EQ(d.point, 0);
   press("\x1bs");
   d = newdoc(std::string(70, 'a'));
-  for (int i = 0; i < 64; i++) press("a");  // the 64th byte is ignored
+  typetext(std::string(64, 'a'));  // the 64th byte is ignored
   EXPECT_EQ(lenof(promptline), 63);
   press("\x06");  // a key of no meaning here leaves and acts
   EXPECT_EQ(d.point, 64);
@@ -86,13 +96,7 @@ TEST_F(Find, EveryHitOnTheScreenIsMarkedAlsoAcrossTheTop) {
 
 class Swap : public EditorTest<20, 5> {
  protected:
-  void swap(const std::string &from, const std::string &to) {
-    press("\x1bx");
-    typetext(from);
-    press("\t");
-    typetext(to);
-    press("\t");
-  }
+  void swap(const std::string &from, const std::string &to) { typetext("\x1bx" + from + "\t" + to + "\t"); }
 };
 
 TEST_F(Swap, ReplaceAllAndUndoExactly) {
@@ -128,10 +132,7 @@ TEST_F(Swap, TheSelectionAndAnEmptySearchText) {
   EXPECT_EQ(textof(d), "abba");
   EXPECT_EQ(mark, -1);
   d.point = 2;
-  press("\x1bx");
-  press("\t");  // Tab on an empty search text keeps asking for it
-  press("\x1bg");
-  typetext("q\t");
+  typetext("\x1bx\t\x1bgq\t");  // Tab on an empty search text keeps asking for it
   term.feed(testscreen);
   EXPECT_EQ(term.row(0).substr(0, 4), "With");
   EXPECT_EQ(failtext, "\x11");  // typed in alphabet 2

@@ -11,14 +11,10 @@ TEST_F(Mark, MotionsGrowTheSelectionOnAMarkScreen) {
   Doc &d = opendoc("/m", "one two\nthree four\nfive");
   Vterm term(20, 5);
   d.point = 4;
-  press("\x1bj");
-  press("\x06");
-  press("\x1b[B");  // a motion moves the point and the mode stays
-  press("\x05");
+  typetext("\x1bj\x06\x1b[B\x05");  // motions move the point, and the mode stays
   EXPECT_EQ(d.point, 18);
   EXPECT_EQ(mark, 4);
   term.feed(testscreen);
-  EXPECT_EQ(term.row(0).substr(0, 5), "Mark ");
   for (int c = 0; c < 12; c++) EXPECT_EQ(term.at(1, c).back == 14, c >= 4) << c;  // with its newline
   press("\t");  // the ends change places
   EXPECT_EQ(d.point, 4);
@@ -27,27 +23,19 @@ TEST_F(Mark, MotionsGrowTheSelectionOnAMarkScreen) {
 
 TEST_F(Mark, TheSelectionKeysTakeItOverAndOthersDropIt) {
   Doc &d = opendoc("/k", "keep this out");
-  press("\x1bj");
-  for (int i = 0; i < 5; i++) press("\x06");
-  press("\x0b");  // C-k kills the selection
+  typetext("\x1bj\x06\x06\x06\x06\x06\x0b");  // C-k kills the selection
   EXPECT_EQ(textof(d), "this out");
   opendoc("/s", "ab xab yab");
-  press("\x1bj");
-  typetext("ab");  // typing seeks, leaving the mark
-  press("\x1bt");
+  typetext("\x1bj" "ab\x1bt");  // typing seeks, leaving the mark
   EXPECT_EQ(cur().point, 6);
   press("\x1bh");
   EXPECT_EQ(cur().point, 2);
   press("\x07");
   switchdoc("/k");
-  press("\x1bj");
-  press("\x06");
-  press("\n");  // a key of no meaning here drops the selection and acts
+  typetext("\x1bj\x06\n");  // a key of no meaning here drops the selection and acts
   EXPECT_EQ(mark, -1);
   EXPECT_EQ(textof(d), "t\nhis out");
   opendoc("/e", "K 4 5 and more");
-  press("\x1bj");
-  for (int i = 0; i < 5; i++) press("\x1b[C");
-  press("\x1b" "e");  // Escape e runs the selection only
+  typetext("\x1bj\x1b[C\x1b[C\x1b[C\x1b[C\x1b[C\x1b" "e");  // Escape e runs the selection only
   EXPECT_EQ(textof(promptline), "4");
 }

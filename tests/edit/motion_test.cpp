@@ -2,9 +2,23 @@
 #include <gtest/gtest.h>
 
 #include "tests/edit/edittest.h"
-#include "tests/support.h"
 
 using Motion = EditorTest<10, 4>;  // three text rows of ten bytes
+
+// A width of 7: a line of 8 bytes is two rows, and a top inside the first rounds up to the second.
+TEST_F(Motion, RowsOfANarrowScreen) {
+  width = 7;
+  Doc d = newdoc("abcdefgh\nxy");
+  EXPECT_EQ(rowafter(d, 0), 7);
+  EXPECT_EQ(rowafter(d, 7), 9);
+  EXPECT_EQ(rowafter(d, 9), 9);
+  d.top = 1;
+  snaprow(d);
+  EXPECT_EQ(d.top, 7);
+  d.top = 0;
+  measure(d);
+  EXPECT_EQ(d.edge, 12);  // three rows: abcdefg, h and its newline, xy and the end
+}
 
 TEST_F(Motion, LineEndsAndSingleBytes) {
   Doc &d = opendoc("/m", "ab\ncd");
@@ -24,49 +38,48 @@ TEST_F(Motion, ForwardPastAFullScreenRecentres) {
   Doc &d = opendoc("/f", "0\n1\n2\n3\n4\n5\n");
   d.point = 5;
   press("\x06");
-  EXPECT_EQ(d.point, 6);
   EXPECT_EQ(d.top, 4);  // the point's row in the middle, not one row scrolled
   d.point = 5;
-  press("\x02");
-  EXPECT_EQ(d.top, 4);
-  press("\x02");  // before the top: recentred
+  typetext("\x02\x02");  // before the top: recentred
   EXPECT_EQ(d.point, 3);
   EXPECT_EQ(d.top, 0);
 }
 
-TEST_F(Motion, RowsOfALongLineAndTheLastLine) {
-  Doc &d = opendoc("/l", std::string(25, 'x') + "\nab");
-  d.point = 3;
-  press("\x0e");
-  EXPECT_EQ(d.point, 13);
-  press("\x0e");
-  EXPECT_EQ(d.point, 23);  // a newline within the next row: the next line at the same column
-  press("\x0e");
-  EXPECT_EQ(d.point, 28);  // its end, as it is shorter
-  EXPECT_TRUE(rings("\x0e"));
-  d.point = 23;
-  d.top = 10;
-  testscreen.clear();
-  press("\x10");
-  EXPECT_EQ(d.point, 13);
-  EXPECT_EQ(testscreen, "\x1b[1F\x1b[4G");  // on screen: the cursor moves, nothing is painted
-}
-
-TEST_F(Motion, UpIntoShorterAndWrappedLines) {
-  Doc &d = opendoc("/u", "abcdef\nxy\n0123456");
-  d.point = 15;
-  keepvisible(d, false);
-  press("\x10");
-  EXPECT_EQ(d.point, 9);  // the line above is shorter: its end
-  Doc &e = opendoc("/w", std::string(15, 'x') + "\n0123456789");
-  for (auto [from, to, rows] : {std::tuple{19, 13, 1}, std::tuple{23, 7, 2}}) {
-    e.point = from;
-    e.top = 0;
+// C-n and C-p over a line longer than the screen, shorter lines and wrapped rows. While the point
+// stays on the screen C-p paints nothing: the terminal's cursor goes up and to its column.
+TEST_F(Motion, NextAndPreviousRows) {
+  const std::string longline = std::string(25, 'x') + "\nab", wrapped = std::string(15, 'x') + "\n0123456789";
+  const struct {
+    std::string text;
+    int64_t from;
+    const char *key;
+    int64_t to;
+    std::string screen;
+  } moves[] = {
+      {longline, 3, "\x0e", 13, ""},   // the next row of the same line
+      {longline, 13, "\x0e", 23, ""},  // a newline within the next row: the next line, same column
+      {longline, 23, "\x0e", 28, ""},  // or its end, as it is shorter
+      {longline, 23, "\x10", 13, "\x1b[1F\x1b[4G"},
+      {"abcdef\nxy\n0123456", 15, "\x10", 9, "\x1b[1F\x1b[3G"},  // the end of a shorter line
+      {wrapped, 19, "\x10", 13, "\x1b[1F\x1b[4G"},
+      {wrapped, 23, "\x10", 7, "\x1b[2F\x1b[8G"},  // the line's second row, two rows up
+  };
+  int n = 0;
+  for (const auto &m : moves) {
+    Doc &d = opendoc("/r" + std::to_string(n++), m.text);
+    d.point = m.from;
+    keepvisible(d, false);
     testscreen.clear();
-    press("\x10");
-    EXPECT_EQ(e.point, to);
-    EXPECT_EQ(testscreen.substr(0, 4), "\x1b[" + std::to_string(rows) + "F");
+    press(m.key);
+    EXPECT_EQ(d.point, m.to) << n;
+    if (!m.screen.empty()) {
+      EXPECT_EQ(testscreen, m.screen) << n;
+    }
   }
+  Doc &d = opendoc("/last", longline);
+  d.point = 28;
+  EXPECT_TRUE(rings("\x0e"));  // the last line: the point stays
+  EXPECT_EQ(d.point, 28);
 }
 
 TEST_F(Motion, PagesAndTheEndsOfTheText) {
@@ -89,31 +102,35 @@ TEST_F(Motion, PagesAndTheEndsOfTheText) {
   EXPECT_TRUE(rings("\x1b" "h"));
 }
 
-TEST_F(Motion, ByteModeReadsBase64InTheLanguagesOrder) {
+// Page Up a few lines below the start of a longer text: the walk meets offset 0 before half way,
+// so the point goes to 0 with the screen, and what is typed next goes in front of the text.
+TEST(PageUp, NearTheStartThePointGoesToTheStartOfTheText) {
+  editorreset(20, 10);
+  std::string text;
+  for (int i = 0; i < 40; i++) text += "aa\n";
+  Doc &d = opendoc("/u", text);
+  d.top = 9;
+  d.point = 18;
+  press("\x15");
+  EXPECT_EQ(d.top, 0);
+  EXPECT_EQ(d.point, 0);
+  press("x");
+  EXPECT_EQ(textof(d), "x" + text);
+}
+
+TEST_F(Motion, ByteAndLinePrompts) {
   Doc &d = opendoc("/b", std::string(300, '.'));
   for (auto [digits, want] : {std::pair{"s", 20}, {"d_", 256}, {"eb", 300}, {"", 0}}) {
-    press("\x1b" "b");
-    for (const char *c = digits; *c; c++) press(std::string(1, *c));
-    press("\n");
+    typetext(std::string("\x1b" "b") + digits + "\n");  // base 64 in the language's order
     EXPECT_EQ(d.point, want) << digits;
   }
   d.point = 5;
-  for (const char *k : {"\x1b" "b", "q", "\x7f", "b"}) press(k);
-  press("\x02");  // any other key leaves as C-g does
+  typetext("\x1b" "bq\x7f" "b\x02");  // any other key leaves as C-g does
   EXPECT_EQ(d.point, 5);
   EXPECT_EQ(keys, "");
-}
-
-TEST_F(Motion, LineModeCountsFromOne) {
-  Doc &d = opendoc("/n", "one\ntwo\nthree\n");
+  Doc &e = opendoc("/n", "one\ntwo\nthree\n");
   for (auto [digits, want] : {std::pair{"3", 8}, {"0", 0}, {"99", 14}}) {
-    press("\x1b" "l");
-    for (const char *c = digits; *c; c++) press(std::string(1, *c));
-    press("x");  // not a digit: not typed in
-    EXPECT_EQ(keys, "");
-    press("\x1b" "l");
-    for (const char *c = digits; *c; c++) press(std::string(1, *c));
-    press("\n");
-    EXPECT_EQ(d.point, want) << digits;
+    typetext(std::string("\x1bl") + digits + "\n");  // lines count from 1, and 0 is the first
+    EXPECT_EQ(e.point, want) << digits;
   }
 }

@@ -17,41 +17,35 @@ class Picker : public EditorTest<20, 4> {  // three keys to a page
 TEST_F(Picker, PagesOfKeysAndTheSlotsBetweenThem) {
   open(6);
   Vterm term(20, 4);
-  press("\t");
+  typetext("\t\x0e\x0e\x0e\x0e\x0e");
   EXPECT_EQ(listing, (std::vector<std::string>{".", "/d0", "/d1", "/d2", "/d3", "/d4", "/d5"}));
-  for (int i = 0; i < 5; i++) press("\x0e");
   term.feed(testscreen);
   EXPECT_EQ(term.row(1).substr(0, 4), "/d2 ");  // the second page: keys 3 to 5
-  testscreen.clear();
   EXPECT_EQ(term.at(1, 10).back, 8);  // slot 5, the first key row of its page, is selected
-  for (int i = 0; i < 3; i++) press("\x1b[B");  // slot 8, the third page's title
+  testscreen.clear();
+  typetext("\x1b[B\x1b[B\x1b[B");  // slot 8, the third page's title
   term.feed(testscreen);
   EXPECT_EQ(term.at(0, 0).back, 8);
   EXPECT_EQ(term.row(2), std::string(20, ' '));
-  for (int i = 0; i < 2; i++) press("\x0e");  // past slot 9, the last, to the first
+  typetext("\x0e\x0e");  // past slot 9, the last, to the first
   EXPECT_EQ(listsel, 0);
   press("\x10");
   EXPECT_EQ(listsel, 9);
   press("\x08");  // C-h: the title of the page
   EXPECT_EQ(listsel, 8);
-  press("\x10");
-  press("\n");
+  typetext("\x10\n");
   EXPECT_EQ(curname, "/d4");
 }
 
-// When the keys fill their last page exactly, the slots end at that page's title row.
+// When the keys fill their last page exactly, the slots end at that page's title row, and the
+// keys of that page are reached by name only.
 TEST_F(Picker, AFullLastPage) {
   open(5);  // six keys, three to a page: slots 0 to 3, then the second page's title only
-  press("\t");
-  for (int i = 0; i < 4; i++) press("\x0e");
+  typetext("\t\x0e\x0e\x0e\x0e");
   EXPECT_EQ(listsel, 4);
   press("\x0e");
   EXPECT_EQ(listsel, 0);
-  press("\x10");
-  EXPECT_EQ(listsel, 4);
-  press("\t");  // completion from the empty prompt still reaches every key by name
-  for (char c : std::string("/d4")) press(std::string(1, c));
-  press("\n");
+  typetext("\t/d4\n");
   EXPECT_EQ(curname, "/d4");
 }
 
@@ -59,13 +53,9 @@ TEST_F(Picker, TypingCompletingAndEnterOnTheTitle) {
   opendoc("/tmp/alpha", "");
   opendoc("/tmp/alps", "");
   opendoc("/usr/beta", "");
-  press("\t");
-  press("\x0e");
-  press("/");
+  typetext("\t\x0e/");
   EXPECT_EQ(listsel, 0);  // typing selects the title
-  press("q");  // no key goes on with "/q": taken back
-  press("t");
-  press("\t");
+  typetext("qt\t");  // no key goes on with "/q": taken back
   EXPECT_EQ(textof(promptline), "/tmp/alp");
   press("\n");  // no such key: the first that begins so takes its place
   EXPECT_EQ(textof(promptline), "/tmp/alpha");

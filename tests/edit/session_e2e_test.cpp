@@ -1,7 +1,6 @@
-// The editor in a terminal: a file typed into, moved in, overtyped, undone and saved; a file opened
-// and saved under another name through the pickers; and a whole session in which a region is
-// marked and killed in one file and put into another through the document picker, the program
-// sorted and run, both saved and compared.
+// The editor in a terminal: a file typed into, moved in, overtyped, undone and saved; and a
+// session in which a marked region is killed in one file and put into another through the
+// document picker, and the program there is sorted, run and saved.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -29,11 +28,11 @@ TEST(Editing, TypeMoveOvertypeUndoAndSave) {
   t.type("X");
   ASSERT_TRUE(t.waitfor("Xhello,")) << t.screen();
   t.key("C-n");
-  t.key("C-e");
+  t.key("End");
   t.type("!");
   ASSERT_TRUE(t.waitfor("world!,")) << t.screen();
-  t.key("C-x");
-  t.key("C-a");
+  t.key("Insert");
+  t.key("Home");
   t.type("W");
   ASSERT_TRUE(t.waitfor("World!,")) << t.screen();
   t.key("C-_");
@@ -46,30 +45,6 @@ TEST(Editing, TypeMoveOvertypeUndoAndSave) {
   EXPECT_EQ(fileread(path), "Xhello\nworld!\n");
 }
 
-TEST(PickersEndToEnd, OpenEditAndSaveUnderAnotherName) {
-  std::string dir = scratchdir(), original = std::string("hello\n\x01\xff world\n");
-  writefile(dir + "in.txt", original);
-  Tmux t(40, 8, "cd " + shellquote(dir) + " && " + TOLM_BIN);
-  ASSERT_TRUE(t.waitfor("Tolm Press")) << t.screen();
-  t.key("Escape");
-  t.type("o");
-  t.key("C-w");  // the working directory
-  ASSERT_TRUE(t.waitfor("in.txt")) << t.screen();
-  t.type("in.txt");
-  t.key("Enter");
-  ASSERT_TRUE(t.waitfor("File " + dir + "in.txt")) << t.screen();
-  t.type("X");
-  ASSERT_TRUE(t.waitfor("Xhello,")) << t.screen();
-  t.key("Escape");
-  t.type("w");
-  ASSERT_TRUE(t.waitfor("Save " + dir)) << t.screen();
-  t.type("out.txt");
-  t.key("Enter");
-  ASSERT_TRUE(t.waitfor("File " + dir + "out.txt")) << t.screen();
-  EXPECT_EQ(settled(dir + "out.txt", "X" + original), "X" + original);
-  EXPECT_EQ(fileread(dir + "in.txt"), original);
-}
-
 TEST(Session, MarkKillMoveSortRunAndSave) {
   std::string dir = scratchdir(), text = dir + "a.txt", prog = dir + "prog.txt";
   writefile(text, "main text\nMOVE ME\nend\n");
@@ -78,7 +53,7 @@ TEST(Session, MarkKillMoveSortRunAndSave) {
   ASSERT_TRUE(t.waitfor("File " + prog)) << t.screen();
   t.key("Tab");  // the picker: ".", then the two files
   ASSERT_TRUE(t.waitfor("Tabs")) << t.screen();
-  t.key("C-n");
+  t.key("Down");
   t.key("C-n");
   t.key("Enter");
   ASSERT_TRUE(t.waitfor("File " + text)) << t.screen();
@@ -105,14 +80,5 @@ TEST(Session, MarkKillMoveSortRunAndSave) {
   ASSERT_TRUE(t.waitfor("Eval 7")) << t.screen();
   t.key("C-w");
   EXPECT_EQ(settled(prog, "K first 9,first\\I 7,zed\\K,MOVE ME\n"), "K first 9,first\\I 7,zed\\K,MOVE ME\n");
-  t.key("Tab");
-  t.type("/");
-  t.key("Tab");  // completes to the directory both files share
-  ASSERT_TRUE(t.waitfor("Tabs " + dir)) << t.screen();
-  t.type("a");
-  t.key("Enter");
-  t.key("Enter");
-  ASSERT_TRUE(t.waitfor("File " + text)) << t.screen();
-  t.key("C-w");
-  EXPECT_EQ(settled(text, "main text\nend\n"), "main text\nend\n");
+  EXPECT_EQ(fileread(text), "main text\nMOVE ME\nend\n");  // changed, but not saved
 }

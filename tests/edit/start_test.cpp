@@ -4,37 +4,56 @@
 #include <unistd.h>
 
 #include "core/file.h"
+#include "core/version.h"
 #include "tests/support.h"
 #include "tests/tmux.h"
 
 static const std::string tolm = TOLM_BIN;
 
+// An unreadable file is refused like a missing one. Permissions do not bind the superuser, so
+// the editor runs as nobody when the tests are root.
 TEST(Start, BadNamesStopBeforeTheScreenIsTouched) {
   std::string dir = scratchdir(), folder = dir.substr(0, dir.size() - 1);
   writefile(dir + "good", "x");
+  writefile(dir + "secret", "x");
+  chmod(dir.c_str(), 0755);
+  chmod((dir + "secret").c_str(), 0);
+  std::string as = geteuid() == 0 ? "setpriv --reuid=nobody --regid=nogroup --clear-groups " : "";
   const std::pair<std::string, std::string> runs[] = {
       {dir + "good " + dir + "missing", "Cannot open file: " + dir + "missing\n"},
       {"/..", "Cannot normalize file: /..\n"},
       {folder, "Cannot open file: " + folder + "\n"},
       {dir, "Cannot normalize file: " + dir + "\n"},
+      {dir + "secret", "Cannot open file: " + dir + "secret\n"},
   };
   for (const auto &[args, out] : runs) {
-    Child c = runcommand(tolm + " " + args);
-    EXPECT_EQ(c.status, 1) << args;
+    Child c = runcommand(as + tolm + " " + args);
+    EXPECT_EQ(c.status, 1) << args << c.err;
     EXPECT_EQ(c.out, out);
   }
 }
 
-TEST(Start, AnUnreadableFileIsRefusedLikeAMissingOne) {
+// Both programs read their options before anything else: an unknown one stops them with nothing
+// on standard output (no screen) and no abort from a terminal they never set up.
+TEST(Start, OptionsOfBothProgramsAndTheEndOfThem) {
   std::string dir = scratchdir();
-  writefile(dir + "secret", "x");
-  chmod(dir.c_str(), 0755);
-  chmod((dir + "secret").c_str(), 0);
-  // Permissions do not bind the superuser, so the editor runs as nobody when the tests are root.
-  std::string as = geteuid() == 0 ? "setpriv --reuid=nobody --regid=nogroup --clear-groups " : "";
-  Child c = runcommand(as + tolm + " " + dir + "secret");
-  EXPECT_EQ(c.status, 1) << c.err;
-  EXPECT_EQ(c.out, "Cannot open file: " + dir + "secret\n");
+  writefile(dir + "-v", "K 7 8");
+  for (std::string name : {"tolm", "tolmrun"}) {
+    std::string bin = name == "tolm" ? tolm : TOLMRUN_BIN;
+    Child help = runcommand(bin + " x --help");
+    EXPECT_EQ(help.status, 0) << name;
+    EXPECT_TRUE(help.out.starts_with("Usage: " + name + " [OPTION]...")) << help.out;
+    EXPECT_NE(help.out.find("--version"), std::string::npos) << help.out;
+    EXPECT_EQ(runcommand(bin + " -V").out, name + " " + tolmversion + "\n");
+    Child bad = runcommand(bin + " --x --help");
+    EXPECT_EQ(bad.status, 2) << name;
+    EXPECT_EQ(bad.out, "");
+    EXPECT_EQ(bad.err, name + ": unknown option '--x' (try '" + name + " --help')\n");
+  }
+  Child file = runcommand(tolm + " -- --help");  // a file name, which does not exist here
+  EXPECT_EQ(file.status, 1);
+  EXPECT_TRUE(file.out.starts_with("Cannot open file: /")) << file.out;
+  EXPECT_EQ(runcommand("cd " + dir + " && " + TOLMRUN_BIN + " -- -v").out, "7\n");
 }
 
 // A name under "~" is read below HOME; on leaving, the terminal's modes are as they were.

@@ -1,9 +1,10 @@
-// The undo log: the numbering and links of undo chains, redo, forgetting, and a randomised check
-// that undoing everything gives back the saved text whatever edits came before.
+// The undo log: the numbering and links of undo chains, redo, forgetting, the tree that holds
+// the records, and a randomised check that undoing everything gives back the saved text.
 #include <gtest/gtest.h>
 
 #include <random>
 
+#include "edit/optree.h"
 #include "tests/edit/edittest.h"
 #include "tests/support.h"
 
@@ -35,33 +36,21 @@ TEST_F(Log, AChainOfUndosWalksBackThroughTheEdits) {
   EXPECT_EQ(records(), 6);
 }
 
-TEST_F(Log, RedoPopsTheLastUndo) {
+TEST_F(Log, RedoAndTheUndoOfAnUndo) {
   opendoc("/c", "");
-  typetext("a");
-  press("\x1f");
+  typetext("a\x1f");
   testlog.clear();
   press("\x12");
   EXPECT_EQ(textof(cur()), "a");
   EXPECT_EQ(records(), 1);
   EXPECT_TRUE(testlog.starts_with("C-r!\neditredo,t=0,v=3,w=3,z=")) << testlog;
   EXPECT_TRUE(rings("\x12"));  // the last record is no undo
-}
-
-TEST_F(Log, UndoingAnUndoOrARedoBringsItsEditBack) {
-  opendoc("/b", "");
-  typetext("a");
-  press("\x1f");
-  typetext("b");
-  press("\x1f");
-  press("\x1f");  // over the record of the undone "b" to the undo of "a"
+  typetext("\x1f" "b\x1f\x1f");  // over the record of the undone "b" to the undo of "a"
   EXPECT_EQ(textof(cur()), "a");
   press("\x1f");
   EXPECT_FALSE(canundo());
   opendoc("/d", "");
-  typetext("abc");
-  press("\x1f");
-  press("\x1f");
-  press("\x12");
+  typetext("abc\x1f\x1f\x12");
   EXPECT_EQ(textof(cur()), "ab");
   press("\x1f");  // the raised link names the new record, which reverses the remaining undo
   EXPECT_EQ(textof(cur()), "abc");
@@ -92,34 +81,48 @@ TEST_F(Log, ForgettingHistory) {
   EXPECT_TRUE(rings("\x1b" "d"));
   closelog("/f");
   EXPECT_EQ(findop(0), nullptr);
-  Child c = runchild([] { closelog("/f"); });
-  EXPECT_NE(c.err.find("ASSERTION FAILED:v:"), std::string::npos);
+  EXPECT_NE(runchild([] { closelog("/f"); }).err.find("ASSERTION FAILED:v:"), std::string::npos);
 }
 
-// Many documents, records added and removed in every order: the tree stays balanced and finds all.
-TEST_F(Log, TheTreeStaysBalanced) {
+// The black height below n, or -1 when a red node has a red child or two paths differ.
+static int blacks(const Oper *n) {
+  if (!n) return 1;
+  int l = blacks(n->left), r = blacks(n->right);
+  bool redred = !n->z && ((n->left && !n->left->z) || (n->right && !n->right->z));
+  return l < 0 || l != r || redred ? -1 : l + n->z;
+}
+
+// Records of many documents put in and taken out in random order: the tree stays a red-black
+// tree, walks in order of name and number, and finds every record that is left.
+TEST_F(Log, TheTreeStaysBalancedAndInOrder) {
+  forgetlogs();
   std::mt19937 rng(7);
-  std::vector<std::string> names;
-  for (int i = 0; i < 20; i++) names.push_back("/n" + std::to_string(rng() % 1000 * 20 + i));
-  for (const std::string &n : names) opendoc(n, "");
+  std::vector<Oper *> in;
   for (int i = 0; i < 3000; i++) {
-    switchdoc(names[rng() % names.size()]);
-    if (rng() % 3 == 0 && canundo()) press("\x1f");
-    else if (rng() % 4 == 0) press("\x12");
-    else typetext("x");
+    if (!in.empty() && rng() % 3 == 0) {
+      size_t k = rng() % in.size();
+      noderemove(in[k]);
+      in.erase(in.begin() + (long)k);
+      continue;
+    }
+    std::string name = "/n" + std::to_string(rng() % 20);  // "/n1" sorts before "/n10" to "/n19"
+    uint64_t v = rng() % 100000;
+    if (nodefind(name, v)) continue;
+    in.push_back(new Oper);
+    in.back()->name = name;
+    in.back()->v = v;
+    nodeinsert(in.back());
   }
-  for (int i = 0; i < 5; i++) closelog(names[(size_t)i]);
-  for (size_t i = 5; i < names.size(); i++) {
-    switchdoc(names[i]);
-    EXPECT_EQ(findop(0)->v, 0u);
-    EXPECT_EQ(findop(lastop()->v), lastop());
-  }
-  int lines = 0, blacks = 0;
-  std::string dump = dumplog();
-  for (char c : dump) lines += c == '\n';
-  blacks = std::stoi(dump.substr(dump.rfind('\n', dump.size() - 2) + 1));
-  EXPECT_GE(blacks, 1);
-  EXPECT_LE(1 << blacks, lines * 2 + 2);  // black height at most log2 of the size, plus one
+  const Oper *root = nodefirst();
+  while (root->up) root = root->up;
+  EXPECT_TRUE(root->z);
+  EXPECT_GT(blacks(root), 0);
+  std::sort(in.begin(), in.end(), [](Oper *a, Oper *b) { return a->name < b->name || (a->name == b->name && a->v < b->v); });
+  Oper *n = nodefirst();
+  for (Oper *o : in) EXPECT_EQ(std::exchange(n, nodenext(n)), o);
+  EXPECT_EQ(n, nullptr);
+  auto pastn1 = std::find_if(in.begin(), in.end(), [](Oper *o) { return o->name > "/n1"; });
+  EXPECT_EQ(nodelast("/n1"), pastn1[-1]);
 }
 
 // Typed bytes, Backspaces, overtypes, kills and C-space yanks at random places, undone completely:
@@ -141,9 +144,7 @@ TEST_F(Log, UndoingEverythingRestoresTheSavedText) {
         case 1: press("\x7f"); break;
         case 2:
           if (d.point == len) break;  // overtyping appends at the end; its undo leaves a newline
-          press("\x18");
-          typetext(std::string(1, "abq"[rng() % 3]));
-          press("\x18");
+          typetext("\x18" + std::string(1, "abq"[rng() % 3]) + "\x18");
           break;
         case 3: press("\x0b"); break;
         case 4: press(std::string(1, '\0')); break;
