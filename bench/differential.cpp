@@ -19,6 +19,7 @@ int main(int argc, char **argv) {
     if (d.empty()) continue;
     differ++;
     printf("seed %llu: %s\n  %s\n", (unsigned long long)seed, d.c_str(), program.c_str());
+    fflush(stdout);
   }
   printf("%llu programs, %d differ\n", (unsigned long long)count, differ);
   return differ != 0;

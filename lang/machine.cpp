@@ -364,6 +364,7 @@ bool builtin(Run &run, Act &a, CellRef &e, const Ins &in) {
 // A call of a definition: its code runs in a new activation above the caller's values, or in
 // place of the caller's for a tail call. Anything unusual goes to the machine as an application.
 bool call(Act &a, CellRef &e, const Ins &in) {
+  machinesteps++;
   Cell *leaf = a.code->cells[in.c].get();
   Named &n = named(leaf);
   const Code *code = nullptr;
@@ -449,126 +450,128 @@ void applyterms(Act &a, CellRef &e, const Ins &in) {
   if (in.s) truncate(a.floor);
 }
 
+void build(const Act &a, const Ins &in) {
+  Cell *t = a.code->cells[in.c].get(), *values[26];
+  uint32_t vars = freeset(t);
+  slotvalues(a, a.code->maps[in.m], vars, values);
+  stack.push_back(substall(CellRef(t), values, vars).release());
+  if (shapeof(t) == 'u') lambdamade(stack.back(), t, values, vars);
+}
+
+bool quickly(Run &run, Act &a, CellRef &e, const Ins &in) {
+  size_t n = stack.size();
+  Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1]);
+  if (!r) return builtin(run, a, e, in);
+  celldec(stack[n - 1]);
+  celldec(stack[n - 2]);
+  stack[n - 2] = r;
+  stack.pop_back();
+  return true;
+}
+
+// The top is the activation's value: an activation that waits for it goes on at once, and
+// anything else is left to the machine.
+bool finish(Run &run, Act &a, CellRef &e) {
+  Cell *v = pop();
+  truncate(a.floor);
+  if (frames.size() > run.frames && frames.back().kind == Kind::code && isnormal(v)) {
+    const Frame &f = frames.back();
+    a = Act{f.code, f.pc, f.base, f.floor};
+    frames.pop_back();
+    stack.push_back(v);
+    return true;
+  }
+  e = adopt(v);
+  return false;
+}
+
+// A term to evaluate before the code goes on: the machine takes it, with the code in a frame.
+bool evaluated(Act &a, CellRef &e) {
+  if (isnormal(stack.back())) return true;
+  e = adopt(pop());
+  pushcode(a, a.pc);
+  return false;
+}
+
+void pairing() {
+  Cell *r = pop(), *l = pop();
+  Cell *p = newpair(l, r);
+  cellinc(p);
+  stack.push_back(p);
+}
+
+uint32_t selecting(const Ins &in, uint32_t next) {
+  int chosen = selection(stack.back());
+  if (chosen) release(pop());
+  return chosen == 1 ? next : chosen == 2 ? in.c : in.m;
+}
+
+// Runs code until it hands a term to the machine in e, or its value to a frame that is no code.
 void runcode(Run &run, Act a, CellRef &e) {
-  for (;;) {
+  for (bool going = true; going;) {
     const Ins &in = a.code->ins[a.pc++];
     switch (in.op) {
-      case Op::slot:
-        push(stack[a.base + in.s]);
-        break;
-      case Op::cell:
-        push(a.code->cells[in.c].get());
-        break;
-      case Op::global:
-        if (!global(a, e, a.code->cells[in.c].get())) return;
-        break;
-      case Op::build: {
-        Cell *t = a.code->cells[in.c].get(), *values[26];
-        uint32_t vars = freeset(t);
-        slotvalues(a, a.code->maps[in.m], vars, values);
-        stack.push_back(substall(CellRef(t), values, vars).release());
-        if (shapeof(t) == 'u') lambdamade(stack.back(), t, values, vars);
-        break;
-      }
-      case Op::eval:
-        if (isnormal(stack.back())) break;
-        e = adopt(pop());
-        pushcode(a, a.pc);
-        return;
-      case Op::quick: {
-        size_t n = stack.size();
-        if (Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1])) {
-          celldec(stack[n - 1]);
-          celldec(stack[n - 2]);
-          stack[n - 2] = r;
-          stack.pop_back();
-          break;
-        }
-        if (!builtin(run, a, e, in)) return;
-        break;
-      }
-      case Op::builtin:
-        if (!builtin(run, a, e, in)) return;
-        break;
-      case Op::call:
-        machinesteps++;
-        if (!call(a, e, in)) return;
-        break;
-      case Op::select: {
-        int chosen = selection(stack.back());
-        if (chosen) release(pop());
-        a.pc = chosen == 1 ? a.pc : chosen == 2 ? in.c : in.m;
-        break;
-      }
-      case Op::jump:
-        a.pc = in.c;
-        break;
+      case Op::slot: push(stack[a.base + in.s]); break;
+      case Op::cell: push(a.code->cells[in.c].get()); break;
+      case Op::global: going = global(a, e, a.code->cells[in.c].get()); break;
+      case Op::build: build(a, in); break;
+      case Op::eval: going = evaluated(a, e); break;
+      case Op::quick: going = quickly(run, a, e, in); break;
+      case Op::builtin: going = builtin(run, a, e, in); break;
+      case Op::call: going = call(a, e, in); break;
+      case Op::select: a.pc = selecting(in, a.pc); break;
+      case Op::jump: a.pc = in.c; break;
       case Op::let:
         release(stack[a.base + in.s]);
         stack[a.base + in.s] = pop();
         break;
-      case Op::done: {
-        Cell *v = pop();
-        truncate(a.floor);
-        if (frames.size() > run.frames && frames.back().kind == Kind::code && isnormal(v)) {
-          const Frame &f = frames.back();
-          a = Act{f.code, f.pc, f.base, f.floor};
-          frames.pop_back();
-          stack.push_back(v);
-          break;
-        }
-        e = adopt(v);
-        return;
-      }
-      case Op::apply:
-        applyterms(a, e, in);
-        return;
+      case Op::done: going = finish(run, a, e); break;
+      case Op::apply: applyterms(a, e, in), going = false; break;
       case Op::resume:
         pushcode(a, in.c);
         a.floor = (uint32_t)stack.size();
         break;
-      case Op::argument:
-        pushframe(Kind::argument, pop());
-        break;
-      case Op::defer:
-        defer(a, in);
-        break;
-      case Op::pair: {
-        Cell *r = pop(), *l = pop();
-        Cell *p = newpair(l, r);
-        cellinc(p);
-        stack.push_back(p);
-        break;
-      }
+      case Op::argument: pushframe(Kind::argument, pop()); break;
+      case Op::defer: defer(a, in); break;
+      case Op::pair: pairing(); break;
       case Op::grab:
         if (waitingcount(run.frames, in.n) == in.n) a.pc = in.c;
         break;
-      case Op::dynamic:
-        a.pc = dynamic(a, in);
-        break;
+      case Op::dynamic: a.pc = dynamic(a, in); break;
     }
   }
 }
 
 // ---- Which of the prelude's combinators a run may take short cuts through.
 
-bool asprelude(const char *name, const char *text) {
-  auto d = deftable().find(std::string_view(name));
-  if (d == deftable().end() || freshnames().count(std::string_view(name))) return false;
-  CellRef t = parsetop(normalise(text));
-  return cellcompare(cellright(t), d->second) == 0;
-}
+// The six combinators and their prelude definitions. The answer is kept while the table holds
+// the same cells under their names.
+const char *combinators[][2] = {{"T", "T\\a\\b\\b a"}, {"K", "K\\a\\b\\a"},
+                                {"H", "H\\a\\I"},        {"I", "I\\a\\a"},
+                                {"V", "V\\a\\b\\c\\c a b"}, {"J", "J\\a\\b\\c\\V a b"}};
 
 Intact checkintact() {
-  Intact i;
-  i.T = asprelude("T", "T\\a\\b\\b a");
-  i.K = asprelude("K", "K\\a\\b\\a");
-  i.H = asprelude("H", "H\\a\\I");
-  i.I = asprelude("I", "I\\a\\a");
-  i.V = asprelude("V", "V\\a\\b\\c\\c a b");
-  i.J = asprelude("J", "J\\a\\b\\c\\V a b");
-  if (i.H) i.hbody = deftable().find(std::string_view("H"))->second->right;
-  return i;
+  static uint64_t generation = ~0ull;
+  static Cell *seen[6] = {};
+  static Intact known;
+  Defs &defs = deftable();
+  Cell *now[6];
+  for (int k = 0; k < 6; k++) {
+    auto d = defs.find(std::string_view(combinators[k][0]));
+    now[k] = d == defs.end() || freshnames().count(std::string_view(combinators[k][0])) ? nullptr : d->second.get();
+  }
+  if (generation == tablesgeneration && std::equal(now, now + 6, seen)) return known;
+  bool as[6];
+  for (int k = 0; k < 6; k++)
+    as[k] = now[k] && cellcompare(cellright(parsetop(normalise(combinators[k][1]))), CellRef(now[k])) == 0;
+  known = Intact{as[0], as[1], as[2], as[3], as[4], as[5], as[2] ? now[2]->right : nullptr};
+  generation = tablesgeneration;
+  for (int k = 0; k < 6; k++) {  // held, so that no other definition comes to have their address
+    if (now[k]) cellinc(now[k]);
+    if (seen[k]) celldec(seen[k]);
+    seen[k] = now[k];
+  }
+  return known;
 }
 
 }  // namespace
@@ -605,7 +608,7 @@ bool fastready() {
 
 CellRef fastrun(CellRef term) {
   Run run{frames.size(), stack.size()};
-  CellRef e = std::move(term);
+  CellRef e = term;  // term itself stays held while its code runs: the cache may not drop it
   if (!isleafcell(e.get()) && !isnormal(e.get())) {
     const Code &code = codeof(e.get());
     uint32_t base = (uint32_t)stack.size();

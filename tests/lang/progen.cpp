@@ -58,7 +58,8 @@ std::string Gen::num(int d) {
     case 5: return "(~" + num(d - 1) + ")";
     case 6: return "(" + num(d - 1) + "^" + std::to_string(pick(4)) + ")";
     case 7: return "(len(" + list(d - 1) + "))";
-    case 8: return "(sum (" + list(d - 1) + ") " + num(d - 1) + ")";
+    case 8: return chance(50) ? "(sum (" + list(d - 1) + ") " + num(d - 1) + ")"
+                              : "(vsum (vmk " + std::to_string(pick(5)) + ") " + num(d - 1) + ")";
     case 9: return funs.empty() ? num(d - 1) : "(" + funs[(size_t)pick((int)funs.size())] + " " + std::to_string(pick(4)) + " " + num(d - 1) + ")";
     case 10: return "((" + fun(d - 1) + ")(" + num(d - 1) + "))";
     default: return "(strlen " + text(d - 1) + ")";
@@ -119,13 +120,13 @@ std::string Gen::fun(int d) {
     }
     case 1: return "twice (" + fun(d - 1) + ")";
     case 2: return "comp (" + fun(d - 1) + ") (" + fun(d - 1) + ")";
-    case 3: return "dash " + num(d - 1);
+    case 3: return chance(50) ? "dash " + num(d - 1) : "adder (" + num(d - 1) + ")";
     default: return "(" + truth(d - 1) + ")(" + fun(d - 1) + ")(" + fun(d - 1) + ")";
   }
 }
 
 std::string Gen::any(int d) {
-  switch (pick(12)) {
+  switch (pick(14)) {
     case 0: return text(d);
     case 1: return truth(d);
     case 2: return list(d);
@@ -137,6 +138,8 @@ std::string Gen::any(int d) {
     case 8: return "(I I (" + any(d - 1) + "))";
     case 9: return effects ? "(y{wr " + text(d - 1) + "}" + any(d - 1) + ")" : num(d);
     case 10: return std::string("(c") + "abc"[pick(3)] + ")";
+    case 11: return "(sel (" + truth(d - 1) + ") (" + any(d - 1) + ") (" + any(d - 1) + "))";
+    case 12: return "(load [fx " + std::to_string(pick(9)) + ",fx\\a\\(a<3)(a*a)(fx(a-1))])";
     default: return num(d);
   }
 }
@@ -174,6 +177,10 @@ const char *library =
     ",twice\\f\\x\\f(f x)"
     ",comp\\f\\g\\x\\f(g x)"
     ",pair\\a\\b\\V (a+1) (b*2)"
+    ",vmk\\n\\(n<1)H(V n (vmk(n-1)))"
+    ",vsum\\l\\s\\l(a\\b\\c\\vsum b (s+a))s"
+    ",adder\\n\\x\\x+n"
+    ",sel\\b\\x\\y\\b x y"
     ",ca\\mk 3,cb\\[a]+ca,cc()\\V 1 2";
 
 // Texts that the front end refuses, or that fail while running.
