@@ -30,6 +30,7 @@ enum class Op : uint8_t {
   pair,     // pop r and l, push the pair (l r)
   grab,     // when n argument frames wait on top, go to c
   dynamic,  // the value in slot s applied: go where cases[c] says for its shape
+  enter,    // the value in slot s applied to the waiting arguments, as the activation's last act
 };
 
 // Where the application of a value goes by the value's shape: a pair V x or J x y with x and

@@ -192,8 +192,12 @@ void Compiler::applyterm(Cell *t, const Items &items, size_t from, bool tail) {
 void Compiler::framed(const Item &head, const Items &items, size_t from, bool tail) {
   size_t resume = tail ? 0 : emit(Op::resume);
   for (size_t i = items.size(); i-- > from;) waits(items[i]);
-  term(head);
-  emit(Op::done);
+  if (head.t) {
+    term(head);
+    emit(Op::done);
+  } else {
+    emit(Op::enter, 0, 0, 0, head.slot);
+  }
   if (!tail) patch(resume);
 }
 

@@ -184,33 +184,43 @@ void closuresfresh() {
   closuresgeneration = tablesgeneration;
 }
 
-// An abstraction applied to a value whose making is known: its compiled body runs on the value
-// and on the values that wait in the argument frames on top, when there are enough of them for
-// all its parameters. Otherwise the machine's rule does one substitution.
-bool lambdacall(Run &run, CellRef &e) {
+// The activation of a known abstraction applied to first (unless null) and to the values that
+// wait in the argument frames on top: the values it captured and the arguments go onto the stack,
+// and the frames that held them go. Null, with nothing changed, when the abstraction is not known
+// or too few values wait for its parameters.
+const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
   closuresfresh();
-  auto found = closures.find(e->left);
-  if (found == closures.end()) return false;
+  auto found = closures.find(lambda);
+  if (found == closures.end()) return nullptr;
   const Code &code = codeof(found->second.from);
-  if (!code.ok || code.params == 0) return false;
-  uint32_t more = code.params - 1;
+  uint32_t need = code.params - (first ? 1 : 0);
   size_t top = frames.size();
-  if (top < run.frames + more) return false;
-  std::vector<CellRef> args;
-  for (uint32_t i = 0; i < more; i++) {
+  if (!code.ok || code.params == 0 || top < run.frames + need) return nullptr;
+  static std::vector<CellRef> args;
+  args.clear();
+  for (uint32_t i = 0; i < need; i++) {
     const Frame &f = frames[top - 1 - i];
-    if (!waiting(f)) return false;
+    if (!waiting(f)) return nullptr;
     args.push_back(f.kind == Kind::deferred ? built(f) : CellRef(held(f)));
-    if (!isnormal(args.back().get())) return false;
+    if (!isnormal(args.back().get())) return nullptr;
   }
-  uint32_t base = (uint32_t)stack.size();
   for (Cell *v : found->second.values) push(v);
-  push(e->right);
+  if (first) push(first);
   for (CellRef &r : args) stack.push_back(r.release());
-  dropframes(top - more);
-  stack.resize(base + code.slots, nullptr);
+  args.clear();
+  dropframes(top - need);
+  return &code;
+}
+
+// An abstraction applied to a value: its compiled body runs when it is known, and otherwise the
+// machine's rule does one substitution.
+bool lambdacall(Run &run, CellRef &e) {
+  uint32_t base = (uint32_t)stack.size();
+  const Code *code = closurecall(run, e->left, e->right);
+  if (!code) return false;
+  stack.resize(base + code->slots, nullptr);
   e = CellRef(leaves().I);
-  runcode(run, Act{&code, 0, base, base}, e);
+  runcode(run, Act{code, 0, base, base}, e);
   return true;
 }
 
@@ -506,6 +516,24 @@ uint32_t selecting(const Ins &in, uint32_t next) {
   return chosen == 1 ? next : chosen == 2 ? in.c : in.m;
 }
 
+// The value of slot s applied to the arguments that wait on top, the last act of the activation:
+// a known abstraction runs its code in place of the activation, anything else goes to the machine.
+bool applyslot(Run &run, Act &a, CellRef &e, const Ins &in) {
+  Cell *f = stack[a.base + in.s];
+  cellinc(f);
+  truncate(a.floor);
+  uint32_t base = (uint32_t)stack.size();
+  const Code *code = !isleafcell(f) && shapeof(f) == 'u' ? closurecall(run, f, nullptr) : nullptr;
+  if (!code) {
+    stack.push_back(f);
+    return finish(run, a, e);
+  }
+  celldec(f);
+  stack.resize(base + code->slots, nullptr);
+  a = Act{code, 0, base, base};
+  return true;
+}
+
 // Runs code until it hands a term to the machine in e, or its value to a frame that is no code.
 void runcode(Run &run, Act a, CellRef &e) {
   for (bool going = true; going;) {
@@ -538,6 +566,7 @@ void runcode(Run &run, Act a, CellRef &e) {
         if (waitingcount(run.frames, in.n) == in.n) a.pc = in.c;
         break;
       case Op::dynamic: a.pc = dynamic(a, in); break;
+      case Op::enter: going = applyslot(run, a, e, in); break;
     }
   }
 }
