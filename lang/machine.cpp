@@ -126,11 +126,29 @@ size_t waitingcount(size_t floor, size_t want) {
   return have;
 }
 
+// The one place where a bound on the machine's work is looked at: the fuzz build's budget of
+// steps, whose keeper may end the input by an exception.
+void counted() {
+  machinesteps++;
+#ifdef TOLM_FUZZ
+  if (machinesteps >= stepbudget) budgetspent();
+#endif
+}
+
+// Puts the frames and values back where a run began, however it ends, an exception of an
+// embedding program included.
+struct Floor {
+  const Run &run;
+  ~Floor();
+};
+
 // A failure mark ends this evaluation: its frames and values go.
 void dropall(const Run &run) {
   dropframes(run.frames);
   truncate(run.stack);
 }
+
+Floor::~Floor() { dropall(run); }
 
 void runcode(Run &run, Act a, CellRef &e);
 
@@ -240,7 +258,7 @@ void rewritefast(Run &run, CellRef &e) {
 
 // One decision of the literal machine's scheduler, over native frames.
 void step(Run &run, CellRef &e) {
-  machinesteps++;
+  counted();
   Cell *E = e.get();
   int n = arityof(E);
   if (n < 0) {
@@ -374,7 +392,7 @@ bool builtin(Run &run, Act &a, CellRef &e, const Ins &in) {
 // A call of a definition: its code runs in a new activation above the caller's values, or in
 // place of the caller's for a tail call. Anything unusual goes to the machine as an application.
 bool call(Act &a, CellRef &e, const Ins &in) {
-  machinesteps++;
+  counted();
   Cell *leaf = a.code->cells[in.c].get();
   Named &n = named(leaf);
   const Code *code = nullptr;
@@ -519,6 +537,7 @@ uint32_t selecting(const Ins &in, uint32_t next) {
 // The value of slot s applied to the arguments that wait on top, the last act of the activation:
 // a known abstraction runs its code in place of the activation, anything else goes to the machine.
 bool applyslot(Run &run, Act &a, CellRef &e, const Ins &in) {
+  counted();
   Cell *f = stack[a.base + in.s];
   cellinc(f);
   truncate(a.floor);
@@ -637,6 +656,7 @@ bool fastready() {
 
 CellRef fastrun(CellRef term) {
   Run run{frames.size(), stack.size()};
+  Floor floor{run};
   CellRef e = term;  // term itself stays held while its code runs: the cache may not drop it
   if (!isleafcell(e.get()) && !isnormal(e.get())) {
     const Code &code = codeof(e.get());
