@@ -182,22 +182,15 @@ void enter(Run &run, CellRef &e, Cell *head, Cell *def) {
 // that term's free variables took. Each entry holds its cells; entries that alone hold their
 // abstraction go when the table has doubled since it was last cleared of them.
 struct Closure {
-  Cell *from;
-  std::vector<Cell *> values;  // in letter order
+  CellRef lambda, from;
+  std::vector<CellRef> values;  // in letter order
 };
 std::unordered_map<Cell *, Closure> closures;
 uint64_t closuresgeneration = ~0ull;
 size_t closureslimit = 4096;
 
-void forget(Cell *lambda, Closure &c) {
-  celldec(lambda);
-  celldec(c.from);
-  for (Cell *v : c.values) celldec(v);
-}
-
 void closuresfresh() {
   if (closuresgeneration == tablesgeneration) return;
-  for (auto &[lambda, c] : closures) forget(lambda, c);
   closures.clear();
   closuresgeneration = tablesgeneration;
 }
@@ -210,7 +203,7 @@ const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
   closuresfresh();
   auto found = closures.find(lambda);
   if (found == closures.end()) return nullptr;
-  const Code &code = codeof(found->second.from);
+  const Code &code = codeof(found->second.from.get());
   uint32_t need = code.params - (first ? 1 : 0);
   size_t top = frames.size();
   if (!code.ok || code.params == 0 || top < run.frames + need) return nullptr;
@@ -222,7 +215,7 @@ const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
     args.push_back(f.kind == Kind::deferred ? built(f) : CellRef(held(f)));
     if (!isnormal(args.back().get())) return nullptr;
   }
-  for (Cell *v : found->second.values) push(v);
+  for (const CellRef &v : found->second.values) push(v.get());
   if (first) push(first);
   for (CellRef &r : args) stack.push_back(r.release());
   args.clear();
@@ -628,24 +621,11 @@ void lambdamade(Cell *lambda, Cell *from, Cell *const *values, uint32_t vars) {
   closuresfresh();
   if (closures.count(lambda)) return;
   if (closures.size() >= closureslimit) {
-    for (auto i = closures.begin(); i != closures.end();) {
-      if (countof(i->first) > 1) {
-        ++i;
-        continue;
-      }
-      forget(i->first, i->second);
-      i = closures.erase(i);
-    }
+    std::erase_if(closures, [](const auto &entry) { return countof(entry.first) == 1; });
     closureslimit = std::max<size_t>(4096, 2 * closures.size());
   }
-  Closure c{from, {}};
-  cellinc(lambda);
-  cellinc(from);
-  for (; vars; vars &= vars - 1) {
-    Cell *v = values[__builtin_ctz(vars)];
-    cellinc(v);
-    c.values.push_back(v);
-  }
+  Closure c{CellRef(lambda), CellRef(from), {}};
+  for (; vars; vars &= vars - 1) c.values.emplace_back(values[__builtin_ctz(vars)]);
   closures.emplace(lambda, std::move(c));
 }
 
