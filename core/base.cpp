@@ -10,12 +10,14 @@
 #include <unistd.h>
 
 #include "core/file.h"
+#include "core/halt.h"
 
 int64_t starttime = 0;
 std::string *logcapture = nullptr;
 
 // On this platform files are always binary and sockets need no start. The parser and the printer
 // of deep program texts recurse by nesting, so the stack may grow as far as the system lets it.
+// The memory limit of runs is read once, here.
 void tolmstart() {
   starttime = (int64_t)time(nullptr);
   rlimit stack;
@@ -23,6 +25,7 @@ void tolmstart() {
     stack.rlim_cur = stack.rlim_max == RLIM_INFINITY ? (rlim_t)1 << 30 : stack.rlim_max;
     setrlimit(RLIMIT_STACK, &stack);
   }
+  memorysetup();
 }
 
 void tolmlog(const std::string &text) {

@@ -2,6 +2,7 @@
 // its printed result or its failure; the mode stays so that the line can be scrolled and copied.
 #include <algorithm>
 
+#include "core/halt.h"
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
@@ -16,14 +17,16 @@ static void evalpainter() { paintdoc("Eval"); }
 // The line shows from its first byte; C-t scrolls it on.
 static void setprompt(const std::string &text) { promptline = newdoc(text); }
 
-// The run itself: "Running..." is on the screen while the program works.
+// The run itself: "Running..." is on the screen while the program works. A run that the interrupt
+// key or the memory limit halted shows why, and leaves the selection as it was.
 static void evalrun() {
+  runhalt = 0;
   setprompt("Running...");
   evalpainter();
   flushout();
   Doc &d = cur();
   std::string program = textof(d);
-  int64_t offset = 0;
+  int64_t offset = 0, marked = mark;
   if (mark != -1) {
     offset = std::min(d.point, mark);
     program = program.substr((size_t)offset, (size_t)(std::max(d.point, mark) - offset));
@@ -31,6 +34,8 @@ static void evalrun() {
   }
   std::string printed;
   Outcome o = runprogram(offset, program, printed);
+  runhalt = 0;
+  if (o.status == "Halts") mark = marked;
   setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
   if (o.where != -1) {
     Doc &after = cur();
