@@ -14,6 +14,7 @@
 
 int64_t starttime = 0;
 std::string *logcapture = nullptr;
+void (*stophook)() = nullptr;
 
 // On this platform files are always binary and sockets need no start. The parser and the printer
 // of deep program texts recurse by nesting, so the stack may grow as far as the system lets it.
@@ -47,6 +48,7 @@ void tolmabort(char group, int line) {
   char text[64];
   int n = snprintf(text, sizeof text, "ASSERTION FAILED:%c:%d\n", group, line);
   writeall(2, text, (size_t)n);
+  if (stophook) stophook();
   abort();
 }
 

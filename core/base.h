@@ -16,6 +16,10 @@ void tolmstart();
 void tolmlog(const std::string &text);
 [[noreturn]] void tolmfail(const std::string &text);
 [[noreturn]] void tolmabort(char group, int line);
+// Called by tolmabort after its line and before the abort, when set: the editor points it at the
+// rescue of its unsaved documents. It runs where anything may be broken, so it may only use calls
+// that are safe in a signal handler.
+extern void (*stophook)();
 
 // The source group of a file from its path: the last directory named core or lang is b, lib is l,
 // edit is v. The tests' folders mirror the sources, so a test file takes the group of what it tests.

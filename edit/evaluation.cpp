@@ -2,11 +2,11 @@
 // its printed result or its failure; the mode stays so that the line can be scrolled and copied.
 #include <algorithm>
 
-#include "core/halt.h"
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/prompt.h"
+#include "edit/signals.h"
 #include "edit/term.h"
 #include "edit/view.h"
 #include "lang/chars.h"
@@ -20,7 +20,7 @@ static void setprompt(const std::string &text) { promptline = newdoc(text); }
 // The run itself: "Running..." is on the screen while the program works. A run that the interrupt
 // key or the memory limit halted shows why, and leaves the selection as it was.
 static void evalrun() {
-  runhalt = 0;
+  runopen();
   setprompt("Running...");
   evalpainter();
   flushout();
@@ -34,7 +34,7 @@ static void evalrun() {
   }
   std::string printed;
   Outcome o = runprogram(offset, program, printed);
-  runhalt = 0;
+  runclose();
   if (o.status == "Halts") mark = marked;
   setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
   if (o.where != -1) {
