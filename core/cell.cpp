@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/halt.h"
 #include "core/tables.h"
 
 uint64_t cellsmade = 0, cellsfreed = 0;
@@ -21,9 +22,39 @@ uint64_t cellsmade = 0, cellsfreed = 0;
 constexpr size_t smallcell = sizeof(Cell);
 constexpr size_t smalltext = smallcell - offsetof(Cell, left) - 1;
 
+// What terms hold: every live cell at the size of a small one, and what the general heap gave
+// long leaves beyond that. The run's memory limit is checked against it where it grows.
+static uint64_t textheld = 0;
+
+uint64_t memoryheld() { return (cellsmade - cellsfreed) * smallcell + textheld; }
+
+static void *takelong(size_t n) {
+  void *block = malloc(n);
+  must(block != nullptr);
+  textheld += malloc_usable_size(block) - smallcell;
+  memorycheck(memoryheld());
+  return block;
+}
+
+// A small cell from the general heap; the limit is looked at once in a slab's worth of cells.
+static Cell *takeheap() {
+  if ((cellsmade & 4095) == 0) memorycheck(memoryheld());
+  Cell *c = (Cell *)malloc(smallcell);
+  must(c != nullptr);
+  return c;
+}
+
+// A block of the general heap: a long leaf gives back what it held beyond a small cell. Kept out of
+// line, so that the pool's own path stays small enough to be inlined where cells are freed.
+[[gnu::noinline]] static void giveheap(Cell *c) {
+  size_t n = malloc_usable_size(c);
+  if (n > smallcell) textheld -= n - smallcell;
+  free(c);
+}
+
 #ifdef TOLM_PLAINHEAP
-static Cell *takesmall() { return (Cell *)malloc(smallcell); }
-static void givesmall(Cell *c) { free(c); }
+static Cell *takesmall() { return takeheap(); }
+static void givesmall(Cell *c) { giveheap(c); }
 #else
 static Cell *freecells = nullptr;
 static char *poolstart = nullptr, *poolnext = nullptr, *poolend = nullptr;
@@ -44,11 +75,8 @@ static Cell *takesmall() {
   }
   if (!poolend) poolreserve();
   constexpr size_t slab = 4096 * smallcell;
-  if ((size_t)(poolend - poolnext) < slab) {
-    Cell *c = (Cell *)malloc(smallcell);
-    must(c != nullptr);
-    return c;
-  }
+  if ((size_t)(poolend - poolnext) < slab) return takeheap();
+  memorycheck(memoryheld());
   Cell *block = (Cell *)poolnext;
   poolnext += slab;
   for (size_t i = slab / smallcell - 1; i > 0; i--) {
@@ -59,7 +87,7 @@ static Cell *takesmall() {
 }
 
 static void givesmall(Cell *c) {
-  if ((char *)c < poolstart || (char *)c >= poolend) return free(c);
+  if ((char *)c < poolstart || (char *)c >= poolend) return giveheap(c);
   c->word = (uint64_t)(uintptr_t)freecells;
   freecells = c;
 }
@@ -69,7 +97,7 @@ static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
 Cell *newleafspace(size_t n, unsigned char first, size_t room) {
   room = room > n ? room : n;
-  void *block = room <= smalltext ? (void *)takesmall() : malloc(offsetof(Cell, left) + room + 1);
+  void *block = room <= smalltext ? (void *)takesmall() : takelong(offsetof(Cell, left) + room + 1);
   must(block != nullptr);
   cellsmade++;
   Cell *c = (Cell *)block;

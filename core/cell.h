@@ -22,6 +22,8 @@ constexpr uint64_t redexbit = 1ull << 62;
 
 // Cells made and freed since the start; the benchmarks read them.
 extern uint64_t cellsmade, cellsfreed;
+// The bytes that live cells and the texts of long leaves hold.
+uint64_t memoryheld();
 
 inline bool isleafcell(const Cell *c) { return c->word & leafbit; }
 inline uint32_t countof(const Cell *c) { return (uint32_t)(c->word & countmask); }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "core/data.h"
+#include "core/halt.h"
 #include "core/number.h"
 #include "core/tables.h"
 #include "lang/analysis.h"
@@ -272,11 +273,14 @@ void rewrite(CellRef &k, CellRef &e) {
   if (then == Then::push) k = frame(std::move(k), std::move(pushed));
 }
 
+// A run asked to halt ends before its next step with Z, and its state is released on the way
+// out like any other; a load around it meets the same flag and ends too.
 CellRef runmachine(CellRef state) {
   CellRef k = cellleft(state), e = cellright(state);
   celldec(state.release());
   for (;;) {
     if (headbyte(k.get()) == 'I' && isnormal(e)) return e;
+    if (runhalt) return leaves().Z;
 #ifdef TOLM_FUZZ
     if (machinesteps >= stepbudget) budgetspent();
 #endif

@@ -12,6 +12,7 @@ extern uint64_t machinesteps;
 // TOLM_MACHINE=reference sets it at start-up.
 extern bool machinereference;
 
+// A run ends early, with Z, once runhalt (core/halt.h) is set.
 CellRef evaluate(CellRef term);
 CellRef runmachine(CellRef state);
 // One decision: the next state, after one rewrite where the term is a saturated redex.

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/halt.h"
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "lang/chars.h"
@@ -126,10 +127,15 @@ size_t waitingcount(size_t floor, size_t want) {
   return have;
 }
 
-// The one place where a bound on the machine's work is looked at: the fuzz build's budget of
-// steps, whose keeper may end the input by an exception.
+// Thrown out of a run whose halt was asked for; the run's Floor puts its frames back.
+struct Halted {};
+
+// The one place where the machine's work is bounded: a halt asked for by the interrupt or the
+// memory limit (core/halt.h), and the fuzz build's budget of steps, whose keeper may end the
+// input by an exception.
 void counted() {
   machinesteps++;
+  if (runhalt) throw Halted{};
 #ifdef TOLM_FUZZ
   if (machinesteps >= stepbudget) budgetspent();
 #endif
@@ -372,6 +378,7 @@ CellRef application(Cell *head, int n) {
 }
 
 bool builtin(Run &run, Act &a, CellRef &e, const Ins &in) {
+  counted();  // a halted run calls no further built-in
   CellRef v = application(a.code->cells[in.m].get(), in.n);
   if (callbuiltin(a.code->rows[in.c], v) == Then::drop) {
     dropall(run);
@@ -634,7 +641,9 @@ bool fastready() {
   return intact.T;
 }
 
-CellRef fastrun(CellRef term) {
+// A run asked to halt ends at its next step with Z, as on the literal machine; a load around it
+// meets the same flag and ends too.
+static CellRef fastloop(CellRef term) {
   Run run{frames.size(), stack.size()};
   Floor floor{run};
   CellRef e = term;  // term itself stays held while its code runs: the cache may not drop it
@@ -653,5 +662,13 @@ CellRef fastrun(CellRef term) {
       must(stack.size() == run.stack);
       return e;
     }
+  }
+}
+
+CellRef fastrun(CellRef term) {
+  try {
+    return fastloop(std::move(term));
+  } catch (const Halted &) {
+    return leaves().Z;
   }
 }

@@ -1,11 +1,13 @@
 // The batch runner: evaluates a file's text as the editor's Escape e does on a document holding
 // it, and writes the printed result or the failure's message on standard output.
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
 
 #include "core/base.h"
 #include "core/file.h"
+#include "core/halt.h"
 #include "core/version.h"
 #include "lang/eval.h"
 #include "lang/program.h"
@@ -68,6 +70,11 @@ int main(int argc, char **argv) {
   }
   std::string printed;
   Outcome o = runprogram(0, text, printed);
+  if (runhalt == haltinterrupt) {
+    // The key reached a command that the program ran, not the runner: end as the key ends it.
+    signal(SIGINT, SIG_DFL);
+    raise(SIGINT);
+  }
   fflush(stdout);
   printed += "\n";
   fwrite(printed.data(), 1, printed.size(), stdout);
