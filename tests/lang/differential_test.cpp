@@ -50,3 +50,29 @@ TEST(Differential, ShortCutsThatCouldShow) {
        })
     expectalike(program, out);
 }
+
+// A value read for the last time leaves its slot, so that a join may grow a text that nothing
+// else holds. Every other read must still find it there, and a text that something else holds
+// must not change under it. tx gives a text with room to grow that only its caller holds.
+TEST(Differential, LastReadsMoveValues) {
+  std::string out = scratchdir() + "out";
+  for (const char *program : {
+           "go (tx 0),go\\s\\(s+[d])+(s+[e]),tx\\q\\([a]+[b])+[c]",              // read twice in one body
+           "go (tx 0),go\\s\\raws (s+[]) s,tx\\q\\([a]+[b])+[c]",                // a join that must copy
+           "go (tx 0),go\\s\\raws s (s+[]),tx\\q\\([a]+[b])+[c]",
+           "go (tx 0),go\\s\\V (same s s) (s+[d]),tx\\q\\([a]+[b])+[c]",
+           "go 0 (tx 0),go\\n\\s\\((n=0)(s+[x])(s+[y]))+s,tx\\q\\([a]+[b])+[c]",  // both branches, then after
+           "go 1 (tx 0),go\\n\\s\\(n=0)(s+[x])(go (n-1) (s+[y])),tx\\q\\([a]+[b])+[c]",
+           "go (tx 0),go\\s\\(gk s (s+[d]) s)+s,gk\\x\\K,tx\\q\\([a]+[b])+[c]",  // deferred, then read again
+           "go (tx 0),go\\s\\(gk s s (s+[d]))+s,gk\\x\\H,tx\\q\\([a]+[b])+[c]",
+           "go (tx 0),go\\s\\V (gk s (s+[d]) [e]) s,gk\\x\\K,tx\\q\\([a]+[b])+[c]",
+           "go K (tx 0),go\\k\\s\\(k (s+[d]) s)+(k s (s+[e])),tx\\q\\([a]+[b])+[c]",  // a value applied
+           "go (tx 0),go\\s\\(s+[d])+(gk [z] (s+[e]) [w]),gk\\x\\K,tx\\q\\([a]+[b])+[c]",
+           "go (V [a] [b]),go\\p\\(p (x\\y\\z\\x+y) [c])+(p K [d])",
+           "go (V [a] [b]),go\\p\\(p K [d]) + (p (x\\y\\z\\x+y) [c])",
+           "go (tx 0),go\\s\\(x\\y\\raws x y) s s,tx\\q\\([a]+[b])+[c]",      // one slot for two names
+           "go (tx 0),go\\s\\(x\\x+x) s,tx\\q\\([a]+[b])+[c]",
+           "strlen (bu 300 []),bu\\n\\s\\(n=0)s(bu(n-1)(s+[ab]))",
+       })
+    expectalike(program, out);
+}
