@@ -74,6 +74,9 @@ Quick quickof(const char *name);
 // The operator's result, counted, the very leaf the built-in would give; null when an argument is
 // no such integer or the result might not fit, and the built-in must run.
 Cell *quick(Quick q, Cell *a, Cell *b);
+// A comparison's answer, 1 for K and 0 for H, when both arguments are such integers; -1 when the
+// built-in must run or the operator is no comparison.
+int quicktest(Quick q, Cell *a, Cell *b);
 
 // Marks each read of a slot that no path after it reads again, so that the read takes the value
 // out of the slot: a handle moved rather than copied, and a value that nothing else holds stays

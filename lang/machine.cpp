@@ -513,7 +513,23 @@ void build(const Act &a, const Ins &in) {
   giveup(a, a.code->maps[in.m], in.gives);
 }
 
+// A comparison whose answer a select takes at once: the choice is made without the leaf K or H,
+// which nothing else could see.
+bool tested(Act &a, const Ins &in) {
+  const Ins &next = a.code->ins[a.pc];
+  if (next.op != Op::select || !intact.K || !intact.H || !intact.I) return false;
+  size_t n = stack.size();
+  int t = quicktest((Quick)in.s, stack[n - 2], stack[n - 1]);
+  if (t < 0) return false;
+  celldec(stack[n - 1]);
+  celldec(stack[n - 2]);
+  stack.resize(n - 2);
+  a.pc = t ? a.pc + 1 : next.c;
+  return true;
+}
+
 bool quickly(Run &run, Act &a, CellRef &e, const Ins &in) {
+  if (in.s >= (int)Quick::less && tested(a, in)) return true;
   size_t n = stack.size();
   Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1]);
   if (!r) return builtin(run, a, e, in);
