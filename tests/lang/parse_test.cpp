@@ -4,20 +4,15 @@
 
 #include "lang/chars.h"
 #include "lang/parse.h"
+#include "lang/print.h"
 #include "tests/lang/ladder.h"
 #include "tests/support.h"
 
 namespace {
-// A term as an s-expression, for the failure messages.
-std::string show(const CellRef &t) {
-  if (!cellispair(t)) return celltext(t);
-  return "(" + show(cellleft(t)) + " " + show(cellright(t)) + ")";
-}
-
 // Parses the normalised text and compares with the term written as an s-expression.
 void same(const std::string &text, const std::string &expected) {
   CellRef got = parsetop(normalise(text)), want = sexp(expected);
-  EXPECT_EQ(cellcompare(got, want), 0) << text << " gave " << show(got) << ", not " << show(want);
+  EXPECT_EQ(cellcompare(got, want), 0) << text << " gave " << termprint(got) << ", not " << termprint(want);
 }
 
 std::string check(const std::string &text, int64_t base = 0) {
@@ -129,7 +124,7 @@ TEST(Parse, SameTermsAsTheLadderOnRandomTexts) {
     if (!matchcheck(text, 0, error, where)) continue;
     std::string norm = normalise(text);
     CellRef ours = parsetop(norm), theirs = ladderparse(norm);
-    ASSERT_EQ(cellcompare(ours, theirs), 0) << text << " gave " << show(ours) << ", not " << show(theirs);
+    ASSERT_EQ(cellcompare(ours, theirs), 0) << text << " gave " << termprint(ours) << ", not " << termprint(theirs);
     compared++;
   }
   EXPECT_GT(compared, 5000);
