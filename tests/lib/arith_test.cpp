@@ -8,7 +8,6 @@
 #include "core/number.h"
 #include "lang/program.h"
 #include "tests/lib/libtest.h"
-#include "tests/support.h"
 
 namespace {
 

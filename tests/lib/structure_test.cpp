@@ -14,7 +14,6 @@
 #include "lang/program.h"
 #include "lib/builtins.h"
 #include "tests/lib/libtest.h"
-#include "tests/support.h"
 
 TEST(Structure, TypesAndTheMachinesView) {
   expectprinted({{"type(init[a])", "[post]"}, {"type(real 1)", "[real]"}, {"type 5", "[hint]"}, {"type 002", "[numb]"},
