@@ -45,19 +45,6 @@ TEST(Parse, ApplicationPrefixesAndWings) {
   EXPECT_EQ(cellcompare(parselist("a,b,c"), sexp("((, a) ((, b) c))")), 0);
 }
 
-TEST(Parse, EmptyOperandsAndAtoms) {
-  same("", "}");
-  same("a+", "(+ a })");
-  same("+b", "(+ } b)");
-  // A bracket literal drops its newlines and turns the editor's line break (NUL) into a newline.
-  CellRef lit = parsetop(std::string("[a\nb\0c]", 7));
-  EXPECT_EQ(celltext(lit), "[ab\nc]");
-  CellRef nul = parsetop(std::string("f\0", 2));
-  EXPECT_EQ(celltext(cellright(nul)), "\n");
-  // A parenthesis at the start of a token is grouping, later ones are call lists.
-  same("(f)(x)", "(f x)");
-}
-
 TEST(Parse, LongFlatAndDeepTextsDoNotRecurse) {
   std::string sum = "a", calls = "f(", blanks = "g", deep, wings;
   for (int i = 0; i < 100000; i++) {
