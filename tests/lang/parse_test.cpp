@@ -77,9 +77,9 @@ TEST(Parse, LongFlatAndDeepTextsDoNotRecurse) {
 // as first written; a comma follows only a letter or a digit, so that no reading asserts.
 TEST(Parse, SameTermsAsTheLadderOnRandomTexts) {
   const std::vector<std::string> atoms = {"a", "xy", "7", "01", "K", "S", "\x01", "\xe9", "[a b]", "[[]x]", "[\n]",
-                                          std::string(1, '\0'), "+", "-", "*", "^", "=", "<", "&", "|", "?",
-                                          ";", "\\", ".", ":", "@", "'", "%", "/", "#", ">", "~", "!", "$",
-                                          "\"", "`", " ", "\n", "  "};
+                                          std::string("[a\0b]", 5), std::string(1, '\0'), "+", "-", "*", "^", "=",
+                                          "<", "&", "|", "?", ";", "\\", ".", ":", "@", "'", "%", "/", "#", ">",
+                                          "~", "!", "$", "\"", "`", " ", "\n", "  "};
   uint64_t seed = 12345;
   auto next = [&seed](size_t n) {
     seed = seed * 6364136223846793005ull + 1442695040888963407ull;
