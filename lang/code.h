@@ -36,6 +36,9 @@ enum class Op : uint8_t {
             // on the way to a case that does not read it
   enter,    // the value in slot s applied to the waiting arguments, as the activation's last act;
             // n = 1 when nothing after reads slot s
+  invoke,   // the value in slot s applied to the top n values: a known abstraction with n parameters
+            // runs its code at once, anything else gets them in argument frames as enter does; c = 1
+            // in tail position, m = 1 when nothing after reads slot s
 };
 
 // Where the application of a value goes by the value's shape: a pair V x or J x y with x and

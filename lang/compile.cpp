@@ -99,6 +99,7 @@ struct Compiler {
   bool call(Cell *h, const Items &a, int arity, bool tail);
   bool partial(Cell *h, const Items &a, Cell *real, int arity, bool tail);
   bool staticnormal(Cell *t);
+  bool plain(const Item &i);
 };
 
 // A global constant whose entry is a value already: that entry stays for the run.
@@ -188,8 +189,22 @@ void Compiler::applyterm(Cell *t, const Items &items, size_t from, bool tail) {
   finish(tail);
 }
 
-// The items wait in argument frames while the head is evaluated in their sight.
+// An item that is a value as it stands: a slot, a variable, or a closed normal term.
+bool Compiler::plain(const Item &i) {
+  if (!i.t) return true;
+  return vars(i.t) ? isleafcell(i.t) : isnormal(i.t);
+}
+
+// The items wait in argument frames while the head is evaluated in their sight. A slot's value
+// applied to items that need no evaluation gets them as values, so that a known abstraction's
+// code can take them without the frames.
 void Compiler::framed(const Item &head, const Items &items, size_t from, bool tail) {
+  auto isplain = [&](const Item &i) { return plain(i); };
+  if (!head.t && items.size() > from && std::all_of(items.begin() + (long)from, items.end(), isplain)) {
+    for (size_t i = from; i < items.size(); i++) term(items[i]);
+    emit(Op::invoke, tail, 0, (int)(items.size() - from), head.slot);
+    return;
+  }
   size_t resume = tail ? 0 : emit(Op::resume);
   for (size_t i = items.size(); i-- > from;) waits(items[i]);
   if (head.t) {

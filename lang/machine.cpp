@@ -190,15 +190,35 @@ void enter(Run &run, CellRef &e, Cell *head, Cell *def) {
 struct Closure {
   CellRef lambda, from;
   std::vector<CellRef> values;  // in letter order
+  const Code *code = nullptr;   // of from, once asked for; the entry holds from, so it stays
 };
 std::unordered_map<Cell *, Closure> closures;
 uint64_t closuresgeneration = ~0ull;
 size_t closureslimit = 4096;
+// The entry found last: a walk over a list applies one abstraction to each element.
+Cell *lastlambda = nullptr;
+Closure *lastclosure = nullptr;
 
 void closuresfresh() {
   if (closuresgeneration == tablesgeneration) return;
   closures.clear();
+  lastlambda = nullptr;
   closuresgeneration = tablesgeneration;
+}
+
+Closure *knownclosure(Cell *lambda) {
+  closuresfresh();
+  if (lambda == lastlambda) return lastclosure;
+  auto found = closures.find(lambda);
+  if (found == closures.end()) return nullptr;
+  lastlambda = lambda;
+  lastclosure = &found->second;
+  return lastclosure;
+}
+
+const Code &closurecode(Closure &k) {
+  if (!k.code) k.code = &codeof(k.from.get());
+  return *k.code;
 }
 
 // The activation of a known abstraction applied to first (unless null) and to the values that
@@ -206,10 +226,9 @@ void closuresfresh() {
 // and the frames that held them go. Null, with nothing changed, when the abstraction is not known
 // or too few values wait for its parameters.
 const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
-  closuresfresh();
-  auto found = closures.find(lambda);
-  if (found == closures.end()) return nullptr;
-  const Code &code = codeof(found->second.from.get());
+  Closure *known = knownclosure(lambda);
+  if (!known) return nullptr;
+  const Code &code = closurecode(*known);
   uint32_t need = code.params - (first ? 1 : 0);
   size_t top = frames.size();
   if (!code.ok || code.params == 0 || top < run.frames + need) return nullptr;
@@ -221,7 +240,7 @@ const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
     args.push_back(f.kind == Kind::deferred ? built(f) : CellRef(held(f)));
     if (!isnormal(args.back().get())) return nullptr;
   }
-  for (const CellRef &v : found->second.values) push(v.get());
+  for (const CellRef &v : known->values) push(v.get());
   if (first) push(first);
   for (CellRef &r : args) stack.push_back(r.release());
   args.clear();
@@ -597,6 +616,49 @@ bool applyslot(Run &run, Act &a, CellRef &e, const Ins &in) {
   return true;
 }
 
+// The value of slot s applied to the top n values. A known abstraction with n parameters runs its
+// code in a new activation, or in place of this one in tail position; anything else meets the
+// values in argument frames, as the machine keeps them.
+bool invoke(Run &run, Act &a, CellRef &e, const Ins &in) {
+  Cell *f = stack[a.base + in.s];
+  Closure *known = !isleafcell(f) && shapeof(f) == 'u' ? knownclosure(f) : nullptr;
+  const Code *code = known ? &closurecode(*known) : nullptr;
+  uint32_t n = in.n, top = (uint32_t)stack.size();
+  bool direct = code && code->ok && code->params == n;
+  for (uint32_t i = top - n; direct && i < top; i++) direct = isnormal(stack[i]);
+  if (!direct) {
+    if (!in.c) {
+      pushcode(a, a.pc);
+      a.floor = top - n;
+    }
+    for (uint32_t i = 0; i < n; i++) pushframe(Kind::argument, pop());
+    return applyslot(run, a, e, Ins{Op::enter, (uint8_t)in.m, in.s});
+  }
+  counted();
+  uint32_t base = top - n, captured = code->captured;
+  if (in.c) {
+    for (uint32_t i = a.floor; i < base; i++) release(stack[i]);
+    memmove(&stack[a.floor], &stack[base], n * sizeof(Cell *));
+    base = a.floor;
+  } else {
+    pushcode(a, a.pc);
+    if (in.m) {
+      stack[a.base + in.s] = nullptr;
+      celldec(f);  // the entry holds the abstraction and its values
+    }
+  }
+  stack.resize(base + n);  // what lay above was given up or moved
+  stack.resize(base + std::max(code->slots, captured + n), nullptr);
+  memmove(&stack[base + captured], &stack[base], n * sizeof(Cell *));
+  for (uint32_t i = 0; i < captured; i++) {
+    stack[base + i] = known->values[i].get();
+    cellinc(stack[base + i]);
+  }
+  stack.resize(base + code->slots);
+  a = Act{code, 0, base, base};
+  return true;
+}
+
 // Runs code until it hands a term to the machine in e, or its value to a frame that is no code.
 void runcode(Run &run, Act a, CellRef &e) {
   for (bool going = true; going;) {
@@ -636,6 +698,7 @@ void runcode(Run &run, Act a, CellRef &e) {
         break;
       case Op::dynamic: a.pc = dynamic(a, in); break;
       case Op::enter: going = applyslot(run, a, e, in); break;
+      case Op::invoke: going = invoke(run, a, e, in); break;
     }
   }
 }
@@ -679,6 +742,7 @@ void lambdamade(Cell *lambda, Cell *from, Cell *const *values, uint32_t vars) {
   if (closures.count(lambda)) return;
   if (closures.size() >= closureslimit) {
     std::erase_if(closures, [](const auto &entry) { return countof(entry.first) == 1; });
+    lastlambda = nullptr;
     closureslimit = std::max<size_t>(4096, 2 * closures.size());
   }
   Closure c{CellRef(lambda), CellRef(from), {}};

@@ -80,3 +80,31 @@ TEST(Differential, LastReadsMoveValues) {
        })
     expectalike(program, out);
 }
+
+// A value in a slot applied to values that need no evaluation: a known abstraction with as many
+// parameters takes them at once, with the values it captured below them; any other value, or an
+// abstraction given fewer or more, meets them in argument frames.
+TEST(Differential, AppliedValuesTakeTheirArguments) {
+  std::string out = scratchdir() + "out";
+  for (const char *program : {
+           "ap (x\\x*2) 5,ap\\f\\a\\f a",                          // in tail position
+           "ap (x\\x*2) 5,ap\\f\\a\\(f a)+1",
+           "mk 3,mk\\n\\ap (x\\x+n) 5,ap\\f\\a\\(f a)*(f 1)",       // captured values, read twice
+           "mk 3 4,mk\\n\\m\\ap (x\\y\\(x-y)*n+m) 5,ap\\f\\a\\(f a 2)+(f 3 a)",
+           "ap (x\\y\\x-y) 5,ap\\f\\a\\(f a) 2",
+           "ap (x\\y\\x-y) 5,ap\\f\\a\\V (f a) 1",                 // too few: a partial result
+           "ap (x\\K) 5,ap\\f\\a\\f a [p] [q]",                    // too many
+           "ap K 5,ap\\f\\a\\V (f a 1) (f 2 a)",                   // no abstraction
+           "ap (V 1) 5,ap\\f\\a\\f a K",
+           "ap (x\\y\\raws x y) [t],ap\\f\\a\\f a a",               // one cell given twice
+           "ap (x\\raws x [t]) [t],ap\\f\\a\\V (f a) (raws f f)",
+           "ap (x\\y\\same x y) 5,ap\\f\\a\\V (f a a) (f a 5)",
+           "ap (x\\(x<3)[s][b]) 5,ap\\f\\a\\V (f a) (f 1)",
+           "fold (x\\y\\x+y) 0 (map (x\\x*x) (keep (x\\x%3=0) (upto 300))),"
+           "upto\\n\\(n=0)K(J n (upto(n-1))),"
+           "map\\f\\l\\l I (h\\t\\K(J (f h) (map f t))) K,"
+           "keep\\f\\l\\l I (h\\t\\K((f h)(J h (keep f t))(keep f t))) K,"
+           "fold\\f\\a\\l\\l I (h\\t\\K(fold f (f a h) t)) a",
+       })
+    expectalike(program, out);
+}
