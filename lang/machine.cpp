@@ -635,6 +635,10 @@ bool invoke(Run &run, Act &a, CellRef &e, const Ins &in) {
     return applyslot(run, a, e, Ins{Op::enter, (uint8_t)in.m, in.s});
   }
   counted();
+  if (in.m) {
+    stack[a.base + in.s] = nullptr;
+    celldec(f);  // the entry holds the abstraction and its values
+  }
   uint32_t base = top - n, captured = code->captured;
   if (in.c) {
     for (uint32_t i = a.floor; i < base; i++) release(stack[i]);
@@ -642,10 +646,6 @@ bool invoke(Run &run, Act &a, CellRef &e, const Ins &in) {
     base = a.floor;
   } else {
     pushcode(a, a.pc);
-    if (in.m) {
-      stack[a.base + in.s] = nullptr;
-      celldec(f);  // the entry holds the abstraction and its values
-    }
   }
   stack.resize(base + n);  // what lay above was given up or moved
   stack.resize(base + std::max(code->slots, captured + n), nullptr);

@@ -100,6 +100,14 @@ TEST(Differential, AppliedValuesTakeTheirArguments) {
            "ap (x\\raws x [t]) [t],ap\\f\\a\\V (f a) (raws f f)",
            "ap (x\\y\\same x y) 5,ap\\f\\a\\V (f a a) (f a 5)",
            "ap (x\\(x<3)[s][b]) 5,ap\\f\\a\\V (f a) (f 1)",
+           "ap (x\\x<3) 5,ap\\f\\a\\V ((f a) (a+1) (a*2)) ((f 1) [s] (a-1))",  // more, left waiting
+           "ap (x\\y\\x-y) 5,ap\\f\\a\\V (f a (a+1)) 0",
+           "ap (x\\J x) 5,ap\\f\\a\\V (f a (a+1) (a+2)) (f a (a+1) (a+2) K)",  // a linear result
+           "ap (x\\y\\K y) [s],ap\\f\\a\\raws (f a a (a+[t])) a",
+           // a named head short of its arguments, its variables paired on
+           "go 5 [s],go\\n\\s\\V (J n) (V n s) (raws (J s) (J s))",
+           "go [s],go\\s\\(J s [t]) (a\\b\\raws a s)",
+           "go 3,go\\n\\(n=0)K(J n (go(n-1)))",
            "fold (x\\y\\x+y) 0 (map (x\\x*x) (keep (x\\x%3=0) (upto 300))),"
            "upto\\n\\(n=0)K(J n (upto(n-1))),"
            "map\\f\\l\\l I (h\\t\\K(J (f h) (map f t))) K,"
