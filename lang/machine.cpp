@@ -87,9 +87,21 @@ void dropframes(size_t n) {
   while (frames.size() > n) dropframe();
 }
 
-void pushframe(Kind kind, Cell *counted) { frames.push_back({counted, nullptr, 0, 0, 0, kind}); }
+// A new frame, its fields written in place: a frame built aside and copied in is written in
+// small stores and read back in wide ones, which stalls the processor on every call.
+void newframe(Kind kind, Cell *cell, const Code *code, uint32_t pc, uint32_t base, uint32_t floor) {
+  Frame &f = frames.emplace_back();
+  f.cell = cell;
+  f.code = code;
+  f.pc = pc;
+  f.base = base;
+  f.floor = floor;
+  f.kind = kind;
+}
 
-void pushcode(const Act &a, uint32_t pc) { frames.push_back({nullptr, a.code, pc, a.base, a.floor, Kind::code}); }
+void pushframe(Kind kind, Cell *counted) { newframe(kind, counted, nullptr, 0, 0, 0); }
+
+void pushcode(const Act &a, uint32_t pc) { newframe(Kind::code, nullptr, a.code, pc, a.base, a.floor); }
 
 // Whether a frame holds an argument for a linear head, as the literal machine finds (T r) frames.
 bool waiting(const Frame &f) {
@@ -468,7 +480,7 @@ void defer(const Act &a, const Ins &in) {
   }
   for (uint32_t v = in.gives; v; v &= v - 1) stack[a.base + map[__builtin_ctz(v)]] = nullptr;
   cellinc(t);
-  frames.push_back({t, nullptr, 0, start, (uint32_t)captures.size() - start, Kind::deferred});
+  newframe(Kind::deferred, t, nullptr, 0, start, (uint32_t)captures.size() - start);
 }
 
 // The prelude's K keeps the first of two arguments; its H drops the first and gives I, which
