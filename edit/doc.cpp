@@ -17,15 +17,19 @@ static unsigned char cat(const Common &c, size_t i) {
   return (unsigned char)c.buf[i < c.gs ? i : i + (c.ge - c.gs)];
 }
 
-static std::string csub(const Common &c, size_t pos, size_t n) {
-  std::string s;
-  s.reserve(n);
+// Copies n common bytes from pos on to out: at most two runs, one each side of the gap.
+static void ccopy(const Common &c, size_t pos, size_t n, char *out) {
   size_t end = pos + n;
-  if (pos < c.gs) s.append(c.buf, pos, std::min(end, c.gs) - pos);
+  if (pos < c.gs) out = std::copy_n(c.buf.data() + pos, std::min(end, c.gs) - pos, out);
   if (end > c.gs) {
     size_t from = std::max(pos, c.gs);
-    s.append(c.buf, from + (c.ge - c.gs), end - from);
+    std::copy_n(c.buf.data() + from + (c.ge - c.gs), end - from, out);
   }
+}
+
+static std::string csub(const Common &c, size_t pos, size_t n) {
+  std::string s(n, '\0');
+  ccopy(c, pos, n, s.data());
   return s;
 }
 
@@ -89,11 +93,23 @@ unsigned char charat(const Doc &d, int64_t i) {
   return 10;
 }
 
-// Bytes from..to of the current text.
+// Head, window and tail each give one run at most; whatever lies outside the text is newlines.
+void copytext(const Doc &d, int64_t from, int64_t n, char *out) {
+  int64_t h = headlen(d), w = (int64_t)d.now.size(), len = lenof(d), to = from + n;
+  auto run = [&](int64_t lo, int64_t hi, auto copy) {
+    lo = std::max(lo, from), hi = std::min(hi, to);
+    if (lo < hi) copy(lo, hi - lo, out + (lo - from));
+  };
+  run(INT64_MIN, 0, [](int64_t, int64_t k, char *o) { std::fill_n(o, k, '\n'); });
+  run(0, h, [&](int64_t i, int64_t k, char *o) { ccopy(d.common, (size_t)i, (size_t)k, o); });
+  run(h, h + w, [&](int64_t i, int64_t k, char *o) { std::copy_n(d.now.data() + (i - h), k, o); });
+  run(h + w, len, [&](int64_t i, int64_t k, char *o) { ccopy(d.common, (size_t)(i - w), (size_t)k, o); });
+  run(len, INT64_MAX, [](int64_t, int64_t k, char *o) { std::fill_n(o, k, '\n'); });
+}
+
 std::string textrange(const Doc &d, int64_t from, int64_t to) {
-  std::string s;
-  s.reserve((size_t)std::max<int64_t>(to - from, 0));
-  for (int64_t i = from; i < to; i++) s += (char)charat(d, i);
+  std::string s((size_t)std::max<int64_t>(to - from, 0), '\0');
+  copytext(d, from, (int64_t)s.size(), s.data());
   return s;
 }
 

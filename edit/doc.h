@@ -44,7 +44,11 @@ bool samedoc(const Doc &a, const Doc &b);
 bool endswith(const Doc &d, const std::string &s);
 // From the point to its line's end, without the newline; "\n" on a newline, "" at the end.
 std::string restofline(const Doc &d);
+// Bytes from..to of the current text.
 std::string textrange(const Doc &d, int64_t from, int64_t to);
+// The n bytes of the current text from offset from on, into out; as charat, every place outside
+// the text reads as a newline.
+void copytext(const Doc &d, int64_t from, int64_t n, char *out);
 
 // The window. These move only its bounds: both texts and the point stay as they are, but for
 // the placeholder of widenover.

@@ -22,6 +22,8 @@ void agree(const Doc &d, const Meaning &m, bool settled, const std::string &step
   int64_t len = lenof(d);
   ASSERT_EQ(len, (int64_t)m.text.size()) << step;
   for (int64_t i = -1; i <= len; i++) ASSERT_EQ(charat(d, i), i < 0 || i >= len ? 10 : (unsigned char)m.text[(size_t)i]) << step;
+  int64_t from = len ? (int64_t)(m.text.size() * 7 % (size_t)len) - 1 : -1;  // in head, window or tail
+  ASSERT_EQ(textrange(d, from, len + 2), ("\n" + m.text + "\n\n").substr((size_t)(from + 1))) << step;
   if (!settled) return;
   // The settled window is the smallest: was and now differ in their first and in their last
   // bytes; an insertion or a deletion stands as far right as it can; no change leaves no window.

@@ -20,6 +20,36 @@ TEST_F(Motion, RowsOfANarrowScreen) {
   EXPECT_EQ(d.edge, 12);  // three rows: abcdefg, h and its newline, xy and the end
 }
 
+// Rows, the edge and what is on the screen, over random texts of short and wrapping lines with
+// the window of changes anywhere, against the rules walked one byte at a time.
+TEST_F(Motion, RowsAgreeWithTheRulesByteByByte) {
+  srand(11);
+  for (int round = 0; round < 400; round++) {
+    std::string text;
+    for (int i = rand() % 60; i > 0; i--) text += rand() % 6 ? 'x' : '\n';
+    Doc d = newdoc(text);
+    if (!text.empty()) d.point = rand() % (int64_t)text.size(), insertbyte(d, '\n');
+    int64_t len = lenof(d);
+    d.top = rand() % (len + 2);
+    d.point = rand() % (len + 1);
+    int64_t pos = d.top, rows = 0, col = 0, t = d.top, count = 1;
+    while (rows < height - 1)
+      if (charat(d, pos++) == 10 || ++col == width) rows++, col = 0;
+    measure(d);
+    ASSERT_EQ(d.edge, pos) << round;
+    for (;; count++) {  // rowafter's rule: a row that the text ends before its newline is the last
+      int64_t n = t, i = 0;
+      while (i < width && t + i < len && charat(d, t + i) != 10) i++;
+      n = i == width ? t + width : t + i < len ? t + i + 1 : t;
+      ASSERT_EQ(rowafter(d, t), n) << round;
+      if (n > d.point || n == t) break;
+      t = n;
+    }
+    ASSERT_EQ(onscreen(d, false), d.top <= d.point && count <= height - 1) << round;
+    ASSERT_EQ(onscreen(d, true), d.top <= d.point && count <= 1) << round;
+  }
+}
+
 TEST_F(Motion, LineEndsAndSingleBytes) {
   Doc &d = opendoc("/m", "ab\ncd");
   d.point = 4;
