@@ -1,5 +1,6 @@
 // Times keys through the dispatcher and the painter in a 200 by 50 window on a 1 MB and a 100 MB
-// document: typing in the middle, moving by rows and pages, undoing, and loading and saving.
+// document: typing in the middle, the key mix of bench_keys, moving by rows and pages, undoing,
+// and loading and saving. Counts the bytes that the mix writes to the terminal.
 #include <unistd.h>
 
 #include <algorithm>
@@ -41,12 +42,15 @@ static std::string maketext(size_t size) {
   return text;
 }
 
+static size_t written = 0;
+
 // Presses one key and gives the time it took, paint included.
 static double press(const std::string &key) {
   Clock::time_point start = Clock::now();
   keys += key;
   keydispatch();
   double t = since(start);
+  written += sink.size();
   sink.clear();
   return t;
 }
@@ -75,20 +79,27 @@ static void run(size_t size) {
   repaint();
   sink.clear();
 
-  std::vector<double> typing, moving, paging, undoing, all;
+  std::vector<double> typing, mixing, moving, paging, undoing, all;
   static const char typed[] = "the quick brown fox jumps\n";
   for (int i = 0; i < 10000; i++) typing.push_back(press(std::string(1, typed[i % 26])));
   start = Clock::now();
   press("\x17");  // C-w, the paint included
   printf("  save %.1f ms\n", since(start) / 1000);
+  // Three letters, down, up and three backspaces: the saved text turns changed and back.
+  static const char *const mix[] = {"a", "b", "c", "\x1b[B", "\x1b[A", "\x7f", "\x7f", "\x7f"};
+  written = 0;
+  for (int i = 0; i < 8000; i++) mixing.push_back(press(mix[i % 8]));
+  double mixbytes = (double)written / 8000;
   d.point = 0;
   d.top = 0;
   d.edge = -1;
   for (int i = 0; i < 10000; i++) moving.push_back(press("\x0e"));
   while (cur().edge <= lenof(cur()) && paging.size() < 100000) paging.push_back(press("\x04"));
   while (canundo()) undoing.push_back(press("\x1f"));
-  for (auto *v : {&typing, &moving, &paging, &undoing}) all.insert(all.end(), v->begin(), v->end());
+  for (auto *v : {&typing, &mixing, &moving, &paging, &undoing}) all.insert(all.end(), v->begin(), v->end());
   report("typing in the middle", typing);
+  report("the mix of bench_keys", mixing);
+  printf("  %-28s %7.0f bytes to the terminal per key\n", "", mixbytes);
   report("C-n", moving);
   report("C-d to the end", paging);
   report("undoing everything", undoing);
