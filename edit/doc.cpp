@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
+#include <string_view>
 
 #include "core/base.h"
 #include "edit/view.h"
@@ -27,9 +29,20 @@ static void ccopy(const Common &c, size_t pos, size_t n, char *out) {
   }
 }
 
+// Appends n common bytes from pos on to out, a run each side of the gap.
+static void cappend(const Common &c, size_t pos, size_t n, std::string &out) {
+  size_t end = pos + n;
+  if (pos < c.gs) out.append(c.buf, pos, std::min(end, c.gs) - pos);
+  if (end > c.gs) {
+    size_t from = std::max(pos, c.gs);
+    out.append(c.buf, from + (c.ge - c.gs), end - from);
+  }
+}
+
 static std::string csub(const Common &c, size_t pos, size_t n) {
-  std::string s(n, '\0');
-  ccopy(c, pos, n, s.data());
+  std::string s;
+  s.reserve(n);
+  cappend(c, pos, n, s);
   return s;
 }
 
@@ -47,7 +60,7 @@ static void movegap(Common &c, size_t pos) {
   }
 }
 
-static void cinsert(Common &c, size_t pos, const std::string &s) {
+static void cinsert(Common &c, size_t pos, std::string_view s) {
   if (s.empty()) return;
   movegap(c, pos);
   if (c.ge - c.gs < s.size()) {
@@ -140,6 +153,25 @@ std::string restofline(const Doc &d) {
 
 // Editing.
 
+// The length of the common start of a and b, at most n; eight bytes at a time, for the window
+// between two distant edits is as long as the text between them.
+static size_t sameprefix(const char *a, const char *b, size_t n) {
+  size_t i = 0;
+  for (uint64_t x, y; i + 8 <= n; i += 8)
+    if (memcpy(&x, a + i, 8), memcpy(&y, b + i, 8), x != y) break;
+  while (i < n && a[i] == b[i]) i++;
+  return i;
+}
+
+// The length of the common end of the bytes before a and before b, at most n.
+static size_t samesuffix(const char *a, const char *b, size_t n) {
+  size_t i = 0;
+  for (uint64_t x, y; i + 8 <= n; i += 8)
+    if (memcpy(&x, a - i - 8, 8), memcpy(&y, b - i - 8, 8), x != y) break;
+  while (i < n && *(a - i - 1) == *(b - i - 1)) i++;
+  return i;
+}
+
 void settle(Doc &d) {
   Common &c = d.common;
   if (d.was == d.now) {
@@ -149,13 +181,15 @@ void settle(Doc &d) {
     d.now.clear();
     return;
   }
-  size_t m = std::min(d.was.size(), d.now.size()), p = 0, s = 0;
-  while (p < m && d.was[p] == d.now[p]) p++;
-  while (s < m - p && d.was[d.was.size() - 1 - s] == d.now[d.now.size() - 1 - s]) s++;
-  cinsert(c, c.split, d.was.substr(0, p) + d.was.substr(d.was.size() - s));
+  size_t m = std::min(d.was.size(), d.now.size());
+  size_t p = sameprefix(d.was.data(), d.now.data(), m);
+  size_t s = samesuffix(d.was.data() + d.was.size(), d.now.data() + d.now.size(), m - p);
+  cinsert(c, c.split, std::string_view(d.was).substr(d.was.size() - s));
+  cinsert(c, c.split, std::string_view(d.was).substr(0, p));
   c.split += p;
-  d.was = d.was.substr(p, d.was.size() - p - s);
-  d.now = d.now.substr(p, d.now.size() - p - s);
+  // Cut in place, the end first: after an edit at one end of a wide window only that end moves,
+  // and the window is not copied.
+  for (std::string *w : {&d.was, &d.now}) w->erase(w->size() - s).erase(0, p);
   if (!d.was.empty() && !d.now.empty()) return;
   std::string &w = d.was.empty() ? d.now : d.was;
   size_t k = 0, tail = csize(c) - c.split;
@@ -178,10 +212,9 @@ static void takehead(Doc &d) {
 // Moves the first n tail bytes onto the end of both sides of the window.
 static void taketail(Doc &d, size_t n) {
   Common &c = d.common;
-  std::string s = csub(c, c.split, n);
+  cappend(c, c.split, n, d.was);
+  cappend(c, c.split, n, d.now);
   cerase(c, c.split, n);
-  d.was += s;
-  d.now += s;
 }
 
 void widen(Doc &d) {
