@@ -1,6 +1,6 @@
 // Times keys through the dispatcher and the painter in a 200 by 50 window on a 1 MB and a 100 MB
-// document: typing in the middle, the key mix of bench_keys, moving by rows and pages, undoing,
-// and loading and saving. Counts the bytes that the mix writes to the terminal.
+// document: typing in the middle, the key mix of bench_keys there and far from another edit,
+// moving by rows and pages, undoing, and loading and saving. Counts the bytes the mix writes.
 #include <unistd.h>
 
 #include <algorithm>
@@ -90,16 +90,25 @@ static void run(size_t size) {
   written = 0;
   for (int i = 0; i < 8000; i++) mixing.push_back(press(mix[i % 8]));
   double mixbytes = (double)written / 8000;
+  // The same mix at the end of the text while an edit stands at its start: the window of changes
+  // spans the whole text, and narrows and widens again with every round.
+  std::vector<double> apart;
+  d.point = 100;
+  press("z");
+  d.point = lenof(d) - 100;
+  keepvisible(d, false);
+  for (int i = 0; i < 800; i++) apart.push_back(press(mix[i % 8]));
   d.point = 0;
   d.top = 0;
   d.edge = -1;
   for (int i = 0; i < 10000; i++) moving.push_back(press("\x0e"));
   while (cur().edge <= lenof(cur()) && paging.size() < 100000) paging.push_back(press("\x04"));
   while (canundo()) undoing.push_back(press("\x1f"));
-  for (auto *v : {&typing, &mixing, &moving, &paging, &undoing}) all.insert(all.end(), v->begin(), v->end());
+  for (auto *v : {&typing, &mixing, &apart, &moving, &paging, &undoing}) all.insert(all.end(), v->begin(), v->end());
   report("typing in the middle", typing);
   report("the mix of bench_keys", mixing);
   printf("  %-28s %7.0f bytes to the terminal per key\n", "", mixbytes);
+  report("the mix, another edit afar", apart);
   report("C-n", moving);
   report("C-d to the end", paging);
   report("undoing everything", undoing);
