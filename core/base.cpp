@@ -40,16 +40,35 @@ static void writeall(int fd, const char *p, size_t n) {
   }
 }
 
-void tolmabort(char group, int line) {
+// The assertion line and the abort, with nothing cleaned up.
+[[noreturn]] static void stopnow(char group, int line) {
   char text[64];
   int n = snprintf(text, sizeof text, "ASSERTION FAILED:%c:%d\n", group, line);
   writeall(2, text, (size_t)n);
   abort();
 }
 
+#ifndef TOLM_FUZZ
+void tolmabort(char group, int line) { stopnow(group, line); }
+#else
+void (*stopjudge)(const Stop &stop) = nullptr;
+uint64_t stepbudget = ~0ull;
+void (*budgetspent)() = nullptr;
+
+void tolmstop(const Stop &stop) {
+  if (stopjudge) stopjudge(stop);
+  stopnow(stop.group, stop.line);
+}
+
+void tolmabort(char group, int line) { tolmstop(Stop{"", "tolmabort", "", line, group}); }
+#endif
+
 void tolmfail(const std::string &text) {
+#ifdef TOLM_FUZZ
+  if (stopjudge) stopjudge(Stop{__FILE__, "tolmfail", text.c_str(), __LINE__, groupof(__FILE__)});
+#endif
   std::string line = "TOLMFAIL: " + text + "\n";
   fflush(stdout);
   writeall(1, line.data(), line.size());
-  tolmabort(groupof(__FILE__), __LINE__);
+  stopnow(groupof(__FILE__), __LINE__);
 }

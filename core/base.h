@@ -31,4 +31,23 @@ constexpr char groupof(const char *path) {
 }
 
 // Assertions stay in every build: a broken invariant writes "ASSERTION FAILED:group:line" and aborts.
+#ifndef TOLM_FUZZ
 #define must(cond) ((cond) ? (void)0 : tolmabort(groupof(__FILE__), __LINE__))
+#else
+// The fuzz build hands every stop first to a judge that the fuzz harness sets, with the source
+// file, function and condition of the stop, so that the stops the language asks for on a misuse
+// end the input alone. A judge that lets the stop stand returns, and the process aborts as ever.
+struct Stop {
+  const char *file, *func, *cond;
+  int line;
+  char group;
+};
+extern void (*stopjudge)(const Stop &stop);
+[[noreturn]] void tolmstop(const Stop &stop);
+#define must(cond) ((cond) ? (void)0 : tolmstop(Stop{__FILE__, __func__, #cond, __LINE__, groupof(__FILE__)}))
+
+// The fuzz build's bound of the machine: once machinesteps reaches stepbudget, the machine calls
+// budgetspent, which ends the input or sets a new budget.
+extern uint64_t stepbudget;
+extern void (*budgetspent)();
+#endif

@@ -303,6 +303,8 @@ CellRef cellkeep(CellRef ref) {
   Layout lay;
   layout(ref.get(), k, lay);
   const std::vector<Entry> &e = lay.entries;
+  flatreserve(k.members, k.members.size() + e.size());
+  flatreserve(k.hashes, k.hashes.size() + e.size());
   struct Frame {
     size_t i;
     Cell *left;  // the interned left child, once known

@@ -25,13 +25,21 @@ size_t flathome(const Flat &f, uint64_t key) {
   return (size_t)(key >> 17) & (f.keys.size() - 1);
 }
 
-static void flatgrow(Flat &f) {
+static void flatresize(Flat &f, size_t slots) {
   Flat bigger;
-  bigger.keys.assign(f.keys.empty() ? 16 : f.keys.size() * 2, 0);
+  bigger.keys.assign(slots, 0);
   bigger.values.assign(bigger.keys.size(), 0);
   for (size_t i = 0; i < f.keys.size(); i++)
     if (f.keys[i]) flatput(bigger, f.keys[i], f.values[i]);
   std::swap(f, bigger);
+}
+
+static void flatgrow(Flat &f) { flatresize(f, f.keys.empty() ? 16 : f.keys.size() * 2); }
+
+void flatreserve(Flat &f, size_t n) {
+  size_t slots = f.keys.empty() ? 16 : f.keys.size();
+  while (2 * n > slots) slots *= 2;
+  if (slots > f.keys.size()) flatresize(f, slots);
 }
 
 void flatput(Flat &f, uint64_t key, uint64_t value) {

@@ -44,6 +44,8 @@ struct Flat {
   size_t size() const { return count; }
 };
 void flatput(Flat &f, uint64_t key, uint64_t value);
+// Makes room for n entries in all, so that as many puts cause no growth on the way.
+void flatreserve(Flat &f, size_t n);
 bool flatdrop(Flat &f, uint64_t key, uint64_t value);
 size_t flathome(const Flat &f, uint64_t key);
 

@@ -57,7 +57,6 @@ std::string namecore(const std::string &s) {
   return s[0] == '[' ? s.substr(1, 1) : s;
 }
 
-static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 static bool iswhite(unsigned char c) { return c == ' ' || c == '\n'; }
 
 // From "[" or "]" only brackets count, since a bracket group is literal. From the other four,
@@ -130,20 +129,8 @@ std::string normalise(std::string_view s) {
   return out;
 }
 
-// A token is a word, a run of digits, a bracket or parenthesised group, or one other byte.
 std::vector<size_t> tokenstarts(std::string_view s) {
-  std::vector<size_t> starts;
-  if (s.empty()) return starts;
-  starts.push_back(0);
-  for (size_t i = among("([{", s[0]) ? groupend(s, 0) + 1 : 1; i < s.size(); i++) {
-    unsigned char c = s[i], p = s[i - 1];
-    bool word = wordbyte(c), digit = isdigitbyte(c);
-    if (p == ']' || p == ')' || c == '[' || c == '(' || (word && !wordbyte(p)) ||
-        (digit && !isdigitbyte(p)) || (!word && !digit && !among(delimiters, c)))
-      starts.push_back(i);
-    if (c == '[' || c == '(') i = groupend(s, i);
-  }
-  return starts;
+  return tokenstartsby(s, [s](size_t i) { return groupend(s, i); });
 }
 
 // A text byte folds to a printable character for the pattern classes: control bytes pair up

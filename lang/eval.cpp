@@ -274,6 +274,9 @@ CellRef runmachine(CellRef state) {
   celldec(state.release());
   for (;;) {
     if (headbyte(k.get()) == 'I' && isnormal(e)) return e;
+#ifdef TOLM_FUZZ
+    if (machinesteps >= stepbudget) budgetspent();
+#endif
     schedule(k, e);
   }
 }

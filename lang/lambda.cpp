@@ -1,7 +1,11 @@
-// The passes over lambdas and locals. They walk definitions as written in a program, so they
-// recurse by the nesting of its source, as the parser does.
+// The passes over lambdas and locals. Each walks a definition with a stack of its own, so that a
+// term as deep as the nesting of its source costs heap and not native stack.
 #include "lang/lambda.h"
 
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/base.h"
@@ -54,37 +58,114 @@ CellRef namedrop(const CellRef &list, const std::string &name) {
 }
 
 // A pair rebuilt from new children, or the same cell when both came back unchanged.
-static CellRef rebuild(const CellRef &t, CellRef l, CellRef r) {
-  if (l.get() == t->left && r.get() == t->right) return t;
+static CellRef rebuild(Cell *t, CellRef l, CellRef r) {
+  if (l.get() == t->left && r.get() == t->right) return CellRef(t);
   return cellpair(std::move(l), std::move(r));
 }
 
-static CellRef leftof(const CellRef &t) { return cellleft(t); }
-static CellRef rightof(const CellRef &t) { return cellright(t); }
-
 // The binder of a term of shape u or i.
-static std::string bindername(const CellRef &t, char shape) {
+static std::string bindername(Cell *t, char shape) {
   Cell *x = shape == 'u' ? t->left->right : t->left->left->right;
   return namecore(celltextof(x));
 }
 
-CellRef unquote(const CellRef &t) {
-  if (!cellispair(t)) return t;
-  if (isleafcell(t->left) && headbyte(t->left) == '`') {
-    CellRef e = rightof(t);
-    return cellpair3(CellRef("V"), CellRef("[" + termprint(e) + "]"), unquote(e));
-  }
-  return rebuild(t, unquote(leftof(t)), unquote(rightof(t)));
+namespace {
+// What a rebuilding pass does with one cell: give its result at once, or first work on up to three
+// parts of it, each in a mode of the pass, and then put their results together.
+struct Plan {
+  std::optional<CellRef> now;
+  int n = 0;
+  Cell *part[3];
+  int mode[3];
+};
+
+Plan at(CellRef result) { return Plan{std::move(result)}; }
+Plan parts(std::initializer_list<std::pair<Cell *, int>> list) {
+  Plan p;
+  for (auto [cell, mode] : list) p.part[p.n] = cell, p.mode[p.n++] = mode;
+  return p;
 }
 
-CellRef unpair(const CellRef &t) {
-  if (!cellispair(t)) return t;
-  CellRef r = rebuild(t, unpair(leftof(t)), unpair(rightof(t)));
-  if (shapeof(r) != 'i') return r;
+// A term rebuilt from the bottom up with an explicit stack: open plans a cell, close makes its
+// result from the results of its parts, which stand in order from done[0].
+template <class Open, class Close>
+CellRef rebuildwalk(Cell *root, int mode, Open open, Close close) {
+  struct Frame {
+    Cell *t;
+    int mode;
+    Plan plan;
+    size_t base;
+    int next;
+  };
+  std::vector<Frame> frames;
+  std::vector<CellRef> done;
+  auto enter = [&](Cell *t, int m) {
+    Plan p = open(t, m);
+    if (p.now) done.push_back(std::move(*p.now));
+    else frames.push_back({t, m, std::move(p), done.size(), 0});
+  };
+  enter(root, mode);
+  while (!frames.empty()) {
+    Frame &f = frames.back();
+    if (f.next < f.plan.n) {
+      int k = f.next++;
+      enter(f.plan.part[k], f.plan.mode[k]);
+      continue;
+    }
+    CellRef r = close(f.t, f.mode, &done[f.base]);
+    done.erase(done.begin() + (ptrdiff_t)f.base, done.end());
+    frames.pop_back();
+    done.push_back(std::move(r));
+  }
+  return std::move(done.back());
+}
+}  // namespace
+
+// Whether a cell of the term passes the test, by a walk that makes nothing.
+template <class Test>
+static bool anycell(Cell *t, Test test) {
+  std::vector<Cell *> todo{t};
+  while (!todo.empty()) {
+    Cell *c = todo.back();
+    todo.pop_back();
+    if (test(c)) return true;
+    if (!isleafcell(c)) todo.insert(todo.end(), {c->right, c->left});
+  }
+  return false;
+}
+
+static bool quoted(Cell *c) { return !isleafcell(c) && isleafcell(c->left) && headbyte(c->left) == '`'; }
+
+CellRef unquote(const CellRef &t) {
+  if (!anycell(t.get(), quoted)) return t;
+  auto open = [](Cell *c, int) {
+    if (isleafcell(c)) return at(CellRef(c));
+    if (isleafcell(c->left) && headbyte(c->left) == '`') return parts({{c->right, 0}});
+    return parts({{c->left, 0}, {c->right, 0}});
+  };
+  auto close = [](Cell *c, int, CellRef *r) {
+    if (isleafcell(c->left) && headbyte(c->left) == '`')
+      return cellpair3(CellRef("V"), CellRef("[" + termprint(CellRef(c->right)) + "]"), std::move(r[0]));
+    return rebuild(c, std::move(r[0]), std::move(r[1]));
+  };
+  return rebuildwalk(t.get(), 0, open, close);
+}
+
+// A binding whose binder is a pair of two names. Its children never change that: a binder of two
+// leaves and the pair of "{" with it come back from the walk as they were.
+static bool pairpattern(Cell *r) {
+  if (shapeof(r) != 'i') return false;
   Cell *p = r->left->left->right;
-  if (isleafcell(p) || !isleafcell(p->left) || !isleafcell(p->right)) return r;
+  if (isleafcell(p) || !isleafcell(p->left) || !isleafcell(p->right)) return false;
+  return isname(celltextof(p->left)) && isname(celltextof(p->right));
+}
+
+// A binding with a pair pattern becomes three bindings: the value under the second name, then the
+// first name bound to its first part, then the second to its second part.
+static CellRef unpairone(CellRef r) {
+  if (!pairpattern(r.get())) return r;
+  Cell *p = r->left->left->right;
   CellRef x(p->left), y(p->right);
-  if (!isname(celltext(x)) || !isname(celltext(y))) return r;
   CellRef e(r->left->right), b(r->right), brace(r->left->left->left);
   std::string core = namecore(celltext(y));
   CellRef second = cellpair4(brace, y, cellpair(CellRef(core), CellRef("H")), b);
@@ -92,47 +173,107 @@ CellRef unpair(const CellRef &t) {
   return cellpair4(brace, y, e, first);
 }
 
-static bool clean(const CellRef &found) { return !cellispair(found) && celllen(found) == 0; }
+CellRef unpair(const CellRef &t) {
+  if (!anycell(t.get(), pairpattern)) return t;
+  auto open = [](Cell *c, int) { return isleafcell(c) ? at(CellRef(c)) : parts({{c->left, 0}, {c->right, 0}}); };
+  auto close = [](Cell *c, int, CellRef *r) { return unpairone(rebuild(c, std::move(r[0]), std::move(r[1]))); };
+  return rebuildwalk(t.get(), 0, open, close);
+}
 
+// The first bad binder, searched depth first: the binder of "\" and of "{" must be a name, the
+// value of a binding is searched before its body, and the left of an application before its right.
 CellRef funkyterm(const CellRef &t) {
-  if (!cellispair(t)) return CellRef("");
-  CellRef l = leftof(t), r = rightof(t);
-  if (!cellispair(l)) return funkyterm(r);
-  CellRef found("");
-  if (isleafcell(l->left)) {
-    if (leafis(l->left, "\\")) return isname(celltextof(l->right)) ? funkyterm(r) : t;
-    found = funkyterm(rightof(l));
-  } else if (leafis(l->left->left, "{")) {
-    if (!isname(celltextof(l->left->right))) return t;
-    found = funkyterm(rightof(l));
-  } else {
-    found = funkyterm(l);
+  std::vector<Cell *> todo{t.get()};
+  while (!todo.empty()) {
+    Cell *c = todo.back();
+    todo.pop_back();
+    if (isleafcell(c)) continue;
+    Cell *l = c->left, *r = c->right;
+    todo.push_back(r);
+    if (isleafcell(l)) continue;
+    if (isleafcell(l->left) && leafis(l->left, "\\")) {
+      if (!isname(celltextof(l->right))) return CellRef(c);
+    } else if (isleafcell(l->left)) {
+      todo.push_back(l->right);
+    } else if (leafis(l->left->left, "{")) {
+      if (!isname(celltextof(l->left->right))) return CellRef(c);
+      todo.push_back(l->right);
+    } else {
+      todo.push_back(l);
+    }
   }
-  return clean(found) ? funkyterm(r) : found;
+  return CellRef("");
+}
+
+// A leaf counts where no binder around it binds its name: the binder of "\" over the body, the
+// binder of "{" over the body and not over the value.
+std::vector<std::string> refsof(const CellRef &term) {
+  enum Op { visit, bind, unbind };
+  std::vector<std::pair<Cell *, Op>> todo{{term.get(), visit}};
+  std::unordered_map<std::string, int> bound;
+  size_t binders = 0;  // binders around the cell in work
+  std::unordered_set<std::string_view> found;  // views of leaf texts, alive while the term is
+  while (!todo.empty()) {
+    auto [c, op] = todo.back();
+    todo.pop_back();
+    if (op != visit) {
+      bound[namecore(celltextof(c))] += op == bind ? 1 : -1;
+      binders += op == bind ? 1 : -1;
+      continue;
+    }
+    if (isleafcell(c)) {
+      unsigned char h = headbyte(c);
+      if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) continue;
+      std::string_view text(textof(c));
+      if (found.count(text) || !isleafname(std::string(text))) continue;
+      auto b = binders ? bound.find(std::string(text)) : bound.end();
+      if (b == bound.end() || b->second == 0) found.insert(text);
+      continue;
+    }
+    char shape = shapeof(c);
+    if (shape == 'u') {
+      todo.insert(todo.end(), {{c->left->right, unbind}, {c->right, visit}, {c->left->right, bind}});
+    } else if (shape == 'i') {
+      Cell *x = c->left->left->right;
+      todo.insert(todo.end(), {{x, unbind}, {c->right, visit}, {x, bind}, {c->left->right, visit}});
+    } else {
+      todo.insert(todo.end(), {{c->right, visit}, {c->left, visit}});
+    }
+  }
+  std::vector<std::string> out(found.begin(), found.end());
+  std::sort(out.begin(), out.end());
+  return out;
 }
 
 CellRef globalrefs(const CellRef &t) {
-  if (!cellispair(t)) {
-    std::string text = celltext(t);
-    if (isleafname(text) && text[0] != '{' && text[0] != '\\') return nameone(t);
-    return emptynames();
-  }
-  char shape = shapeof(t);
-  if (shape == 'u') return namedrop(globalrefs(rightof(t)), bindername(t, 'u'));
-  if (shape == 'i') {
-    CellRef e(t->left->right);
-    return nameunion(globalrefs(e), namedrop(globalrefs(rightof(t)), bindername(t, 'i')));
-  }
-  return nameunion(globalrefs(leftof(t)), globalrefs(rightof(t)));
+  std::vector<std::string> names = refsof(t);
+  CellRef out = emptynames();
+  for (size_t i = names.size(); i-- > 0;) out = cellpair(CellRef(names[i]), std::move(out));
+  return out;
 }
 
-// The binders of a term whose text passes or fails the test of a single letter.
+// The binders of a term whose text passes or fails the test of a single letter: a binder is the
+// leaf right of a leaf "{" or "\", and what stands below a binder is not looked into.
 static CellRef binders(const CellRef &t, bool letters) {
-  if (!cellispair(t)) return emptynames();
-  Cell *l = t->left, *r = t->right;
-  if (isleafcell(l) && (headbyte(l) == '{' || headbyte(l) == '\\') && isleafcell(r))
-    return isvarname(celltextof(r)) == letters ? nameone(rightof(t)) : emptynames();
-  return nameunion(binders(leftof(t), letters), binders(rightof(t), letters));
+  std::vector<Cell *> todo{t.get()}, found;
+  std::unordered_set<std::string_view> seen;
+  while (!todo.empty()) {
+    Cell *c = todo.back();
+    todo.pop_back();
+    if (isleafcell(c)) continue;
+    Cell *l = c->left, *r = c->right;
+    if (isleafcell(l) && (headbyte(l) == '{' || headbyte(l) == '\\') && isleafcell(r)) {
+      std::string_view name(textof(r), celllenof(r));
+      if (isvarname(std::string(name)) == letters && seen.insert(name).second) found.push_back(r);
+      continue;
+    }
+    todo.push_back(r);
+    todo.push_back(l);
+  }
+  std::sort(found.begin(), found.end(), [](Cell *a, Cell *b) { return celltextof(a) < celltextof(b); });
+  CellRef out = emptynames();
+  for (size_t i = found.size(); i-- > 0;) out = cellpair(CellRef(found[i]), std::move(out));
+  return out;
 }
 
 CellRef wordbinders(const CellRef &t) { return binders(t, false); }
@@ -151,34 +292,43 @@ std::optional<CellRef> wordlocals(const std::string &name, CellRef t) {
   return t;
 }
 
+// Renaming walks in two modes. As binders, a binding or function of the old name gets the new
+// one, and every other pair is walked as binders again. Within, an occurrence that is the whole of
+// the term is renamed too, but inside an application the children are walked as binders only.
+namespace {
+enum Mode { asbinder, within };
+
+CellRef rename(Cell *t, Mode mode, const std::string &from, const std::string &to) {
+  auto open = [&](Cell *c, int m) {
+    if (isleafcell(c)) return at(m == within && celltextof(c) == from ? CellRef(to) : CellRef(c));
+    char shape = shapeof(c);
+    bool same = (shape == 'i' || shape == 'u') && bindername(c, shape) == from;
+    if (shape == 'i' && (same || m == within))
+      return parts({{c->left->right, same ? asbinder : within}, {c->right, within}});
+    if (shape == 'u' && (same || m == within)) return parts({{c->right, within}});
+    return parts({{c->left, asbinder}, {c->right, asbinder}});
+  };
+  auto close = [&](Cell *c, int m, CellRef *r) {
+    char shape = shapeof(c);
+    bool same = (shape == 'i' || shape == 'u') && bindername(c, shape) == from;
+    if (shape == 'i' && (same || m == within)) {
+      CellRef binder = same ? CellRef(to) : CellRef(c->left->left->right);
+      return cellpair4(CellRef(c->left->left->left), std::move(binder), std::move(r[0]), std::move(r[1]));
+    }
+    if (shape == 'u' && (same || m == within)) {
+      CellRef binder = same ? CellRef(to) : CellRef(c->left->right);
+      return cellpair3(CellRef(c->left->left), std::move(binder), std::move(r[0]));
+    }
+    return rebuild(c, std::move(r[0]), std::move(r[1]));
+  };
+  return rebuildwalk(t, mode, open, close);
+}
+}  // namespace
+
 CellRef renamebinder(const CellRef &t, const std::string &from, const std::string &to) {
-  if (!cellispair(t)) return t;
-  char shape = shapeof(t);
-  if (shape == 'i' && bindername(t, 'i') == from) {
-    Cell *brace = t->left->left->left;
-    return cellpair4(CellRef(brace), CellRef(to), renamebinder(CellRef(t->left->right), from, to),
-                     renamewithin(rightof(t), from, to));
-  }
-  if (shape == 'u' && bindername(t, 'u') == from)
-    return cellpair3(CellRef(t->left->left), CellRef(to), renamewithin(rightof(t), from, to));
-  return rebuild(t, renamebinder(leftof(t), from, to), renamebinder(rightof(t), from, to));
+  return rename(t.get(), asbinder, from, to);
 }
 
-// An occurrence is renamed only where it stands as the body of a binder, or as the whole of a
-// binding's body: inside an application the children are walked as binders only.
 CellRef renamewithin(const CellRef &t, const std::string &from, const std::string &to) {
-  if (!cellispair(t)) return celltext(t) == from ? CellRef(to) : t;
-  char shape = shapeof(t);
-  if (shape == 'i') {
-    bool same = bindername(t, 'i') == from;
-    Cell *brace = t->left->left->left;
-    CellRef binder = same ? CellRef(to) : CellRef(t->left->left->right);
-    CellRef e = same ? renamebinder(CellRef(t->left->right), from, to) : renamewithin(CellRef(t->left->right), from, to);
-    return cellpair4(CellRef(brace), binder, e, renamewithin(rightof(t), from, to));
-  }
-  if (shape == 'u') {
-    CellRef binder = bindername(t, 'u') == from ? CellRef(to) : CellRef(t->left->right);
-    return cellpair3(CellRef(t->left->left), binder, renamewithin(rightof(t), from, to));
-  }
-  return rebuild(t, renamebinder(leftof(t), from, to), renamebinder(rightof(t), from, to));
+  return rename(t.get(), within, from, to);
 }

@@ -3,6 +3,7 @@
 #pragma once
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/cell.h"
 
@@ -19,6 +20,8 @@ CellRef unquote(const CellRef &t);
 CellRef unpair(const CellRef &t);
 CellRef funkyterm(const CellRef &t);
 CellRef globalrefs(const CellRef &t);
+// The names of globalrefs as strings, in plain byte order.
+std::vector<std::string> refsof(const CellRef &term);
 CellRef wordbinders(const CellRef &t);
 CellRef letterbinders(const CellRef &t);
 // Nothing when the definition has more than 26 local names.

@@ -6,6 +6,7 @@
 
 #include "core/tables.h"
 #include "lang/analysis.h"
+#include "lang/lambda.h"
 
 namespace {
 // The names reached from the main expression. Every name they refer to is defined by the text or

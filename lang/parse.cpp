@@ -1,5 +1,6 @@
 // The expression parser and the bracket check. Each level finds its own operators at depth 0,
-// cuts the text there and hands the pieces down; only nesting, never a run of operators, recurses.
+// cuts the text there and hands the pieces down. Groups are read from the innermost out, each once,
+// so that neither the nesting of a text nor its length costs native stack or a second scan.
 #include "lang/parse.h"
 
 #include "core/base.h"
@@ -20,16 +21,72 @@ std::vector<size_t> oppositions(Text text, Text chars) {
   return p;
 }
 
-static CellRef leaf(char c) { return CellRef(newleaf(&c, 1)); }
+namespace {
+
+// One group of the text: where it closes and, for parentheses and wings, what its inside reads as.
+// A parenthesis keeps the terms of its comma pieces, the arguments when it is a call list; when it
+// has commas at depth 0 it also keeps its inside read whole, for when it groups. Wings keep their
+// comma list. Reading a parenthesis whole is only a try: where the ladder would stop with an
+// assertion, the group is marked, and the assertion comes when a grouping parenthesis uses it.
+struct Group {
+  size_t close = 0;
+  size_t first = 0, count = 0;  // its terms in Parse::terms
+  bool whole = false;           // the term after the pieces is the inside read whole
+  bool broken = false;          // reading the inside whole met an assertion
+};
+
+// A text being parsed. Every piece handed down the ladder is a view into it, so that a piece finds
+// its groups by its offset. For a byte that opens a group, link holds the group's number; for one
+// that closes a group, the index of the byte that opened it.
+struct Parse {
+  Text text;
+  std::vector<uint32_t> link;
+  std::vector<Group> groups;
+  std::vector<CellRef> terms;
+  bool trying = false, broke = false;
+};
+
+size_t offset(const Parse &P, Text t) { return (size_t)(t.data() - P.text.data()); }
+
+// The index in t of the other end of the group that t[i] opens or closes; i for other bytes.
+size_t endof(const Parse &P, Text t, size_t i) {
+  unsigned char c = t[i];
+  if (!isbracket(c)) return i;
+  size_t at = offset(P, t) + i;
+  bool opens = c == '(' || c == '[' || c == '{';
+  return (opens ? P.groups[P.link[at]].close : P.link[at]) - offset(P, t);
+}
+
+const Group &groupat(const Parse &P, Text t) { return P.groups[P.link[offset(P, t)]]; }
+
+// An assertion of the ladder. While a parenthesis is read whole only as a try, it marks the try as
+// broken instead, and the reading goes on with whatever term comes back.
+bool holds(Parse &P, bool cond) {
+  if (cond) return true;
+  must(P.trying);
+  P.broke = true;
+  return false;
+}
+
+Positions opps(const Parse &P, Text t, const char *chars) {
+  bool in[256] = {};
+  for (; *chars; chars++) in[(unsigned char)*chars] = true;
+  Positions p;
+  for (size_t i = 0; i < t.size(); i = endof(P, t, i) + 1)
+    if (in[(unsigned char)t[i]]) p.push_back(i);
+  return p;
+}
+
+CellRef leaf(char c) { return CellRef(newleaf(&c, 1)); }
 
 // The text before the first position, each piece from the end of a position's group to the next
 // position, and the text after the last position's group: one more piece than positions.
-static std::vector<Text> pieces(Text t, const Positions &p) {
+std::vector<Text> pieces(const Parse &P, Text t, const Positions &p) {
   std::vector<Text> out;
   size_t from = 0;
   for (size_t at : p) {
     out.push_back(t.substr(from, at - from));
-    from = groupend(t, at) + 1;
+    from = endof(P, t, at) + 1;
   }
   out.push_back(t.substr(from));
   return out;
@@ -47,44 +104,41 @@ struct Seen {
   }
 };
 
-static Seen seenof(Text t) {
+Seen seenof(const Parse &P, Text t) {
   Seen s;
-  for (size_t i = 0; i < t.size(); i++) {
+  for (size_t i = 0; i < t.size(); i = endof(P, t, i) + 1) {
     unsigned char c = t[i];
     s.bits[c >> 6] |= 1ull << (c & 63);
-    if (isbracket(c)) i = groupend(t, i);
   }
   return s;
 }
 
-using Level = CellRef (*)(Text, const Seen &);
+using Level = CellRef (*)(Parse &, Text, const Seen &);
 
 // Groups to the right: the last piece first, then each operator with the piece on its left.
 template <class Make>
-static CellRef rightfold(Text t, const Seen &seen, const Positions &p, Level next, Make make) {
-  std::vector<Text> piece = pieces(t, p);
-  CellRef acc = next(piece.back(), seen);
-  for (size_t k = p.size(); k-- > 0;) acc = make(p[k], next(piece[k], seen), std::move(acc));
+CellRef rightfold(Parse &P, Text t, const Seen &seen, const Positions &p, Level next, Make make) {
+  std::vector<Text> piece = pieces(P, t, p);
+  CellRef acc = next(P, piece.back(), seen);
+  for (size_t k = p.size(); k-- > 0;) acc = make(p[k], next(P, piece[k], seen), std::move(acc));
   return acc;
 }
 
 // Groups to the left: the first piece first, then each operator with the piece on its right,
 // which runs from just past the operator to the next one.
 template <class Make>
-static CellRef leftfold(Text t, const Seen &seen, const Positions &p, Level next, Make make) {
-  CellRef acc = next(t.substr(0, p.empty() ? t.size() : p[0]), seen);
+CellRef leftfold(Parse &P, Text t, const Seen &seen, const Positions &p, Level next, Make make) {
+  CellRef acc = next(P, t.substr(0, p.empty() ? t.size() : p[0]), seen);
   for (size_t k = 0; k < p.size(); k++) {
     size_t end = k + 1 < p.size() ? p[k + 1] : t.size();
-    acc = make(p[k], std::move(acc), next(t.substr(p[k] + 1, end - p[k] - 1), seen));
+    acc = make(p[k], std::move(acc), next(P, t.substr(p[k] + 1, end - p[k] - 1), seen));
   }
   return acc;
 }
 
-static CellRef level1(Text t, const Seen &seen);
-static CellRef commas(Text t, const Seen &seen);
-static CellRef level9(Text t, const Seen &seen);
-static CellRef level11(Text t, const Seen &seen);
-static CellRef level13(Text t, const Seen &seen);
+CellRef level9(Parse &P, Text t, const Seen &seen);
+CellRef level11(Parse &P, Text t, const Seen &seen);
+CellRef level13(Parse &P, Text t, const Seen &seen);
 
 // Levels 2 to 8: binary operators. The newline applies the line below to the term above it, the
 // blank applies the term on its left to the one on its right, and every other operator is the
@@ -93,119 +147,92 @@ struct Rung {
   const char *chars;
   bool right;
 };
-static const Rung rungs[] = {{"?\n", false}, {"&|", true},  {"=<>#", true}, {"@ ", false},
-                             {"+-:.", false}, {"*/%'", false}, {"^", true}};
+const Rung rungs[] = {{"?\n", false}, {"&|", true},  {"=<>#", true}, {"@ ", false},
+                      {"+-:.", false}, {"*/%'", false}, {"^", true}};
 
 template <int level>
-static CellRef rung(Text t, const Seen &seen) {
+CellRef rung(Parse &P, Text t, const Seen &seen) {
   const Rung &r = rungs[level - 2];
   Level next;
   if constexpr (level == 8) next = level9;
   else next = rung<level + 1>;
-  if (!seen.any(r.chars)) return next(t, seen);
-  Positions p = oppositions(t, r.chars);
-  if (p.empty()) return next(t, seen);
+  if (!seen.any(r.chars)) return next(P, t, seen);
+  Positions p = opps(P, t, r.chars);
+  if (p.empty()) return next(P, t, seen);
   auto make = [t](size_t at, CellRef a, CellRef b) {
     if (t[at] == '\n') return cellpair(std::move(b), std::move(a));
     if (t[at] == ' ') return cellpair(std::move(a), std::move(b));
     return cellpair3(leaf(t[at]), std::move(a), std::move(b));
   };
-  return r.right ? rightfold(t, seen, p, next, make) : leftfold(t, seen, p, next, make);
+  return r.right ? rightfold(P, t, seen, p, next, make) : leftfold(P, t, seen, p, next, make);
 }
 
 // ";" and "\" join two parts; a pair of wings joins the part on its left, its inside read as a
 // comma list, and what follows the closing wing.
-static CellRef level1(Text t, const Seen &seen) {
-  if (!seen.any(";\\{")) return rung<2>(t, seen);
-  Positions p = oppositions(t, ";\\{");
-  return rightfold(t, seen, p, rung<2>, [t](size_t at, CellRef left, CellRef acc) {
+CellRef level1(Parse &P, Text t, const Seen &seen) {
+  if (!seen.any(";\\{")) return rung<2>(P, t, seen);
+  Positions p = opps(P, t, ";\\{");
+  return rightfold(P, t, seen, p, rung<2>, [&P, t](size_t at, CellRef left, CellRef acc) {
     if (t[at] != '{') return cellpair3(leaf(t[at]), std::move(left), std::move(acc));
-    Text inside = t.substr(at + 1, groupend(t, at) - at - 1);
-    return cellpair4(leaf('{'), std::move(left), commas(inside, seenof(inside)), std::move(acc));
+    const Group &g = groupat(P, t.substr(at));
+    return cellpair4(leaf('{'), std::move(left), P.terms[g.first], std::move(acc));
   });
 }
 
-CellRef parsetop(std::string text) { return level1(text, seenof(text)); }
-
-static CellRef commas(Text t, const Seen &seen) {
-  if (!seen.any(",")) return level1(t, seen);
-  Positions p = oppositions(t, ",");
-  return rightfold(t, seen, p, level1, [](size_t, CellRef a, CellRef acc) {
+CellRef commas(Parse &P, Text t, const Seen &seen) {
+  if (!seen.any(",")) return level1(P, t, seen);
+  Positions p = opps(P, t, ",");
+  return rightfold(P, t, seen, p, level1, [](size_t, CellRef a, CellRef acc) {
     return cellpair3(leaf(','), std::move(a), std::move(acc));
   });
 }
 
-CellRef parselist(std::string text) { return commas(text, seenof(text)); }
-
 // A run of prefix characters at the start of t, each applied to what follows it, the innermost
 // first; what follows must not be empty.
-static CellRef prefixed(Text t, const Seen &seen, Level next) {
+CellRef prefixed(Parse &P, Text t, const Seen &seen, Level next) {
   size_t n = 0;
   while (n < t.size() && isprefix(t[n])) n++;
-  must(n < t.size());
-  CellRef acc = next(t.substr(n), seen);
+  if (!holds(P, n < t.size())) return leaf('}');
+  CellRef acc = next(P, t.substr(n), seen);
   while (n-- > 0) acc = cellpair(leaf(t[n]), std::move(acc));
   return acc;
 }
 
 // Leading prefix characters, as in "!x".
-static CellRef level10(Text t, const Seen &seen) { return prefixed(t, seen, level11); }
+CellRef level10(Parse &P, Text t, const Seen &seen) { return prefixed(P, t, seen, level11); }
 
 // Trailing prefix characters peel first, the last one outermost; nothing at all is the leaf "}".
-static CellRef level9(Text t, const Seen &seen) {
+CellRef level9(Parse &P, Text t, const Seen &seen) {
   size_t n = t.size();
   while (n > 0 && isprefix(t[n - 1])) n--;
-  CellRef acc = n ? level10(t.substr(0, n), seen) : leaf('}');
+  CellRef acc = n ? level10(P, t.substr(0, n), seen) : leaf('}');
   for (size_t i = n; i < t.size(); i++) acc = cellpair(leaf(t[i]), std::move(acc));
   return acc;
 }
 
 // Prefix runs inside the text, as in "f~x": each run with what follows it up to the next run is
 // one argument of what stands before the first run.
-static CellRef level11(Text t, const Seen &seen) {
-  if (!seen.any(prefixchars)) return level13(t, seen);
+CellRef level11(Parse &P, Text t, const Seen &seen) {
+  if (!seen.any(prefixchars)) return level13(P, t, seen);
   Positions runs;
-  for (size_t i = 0; i < t.size(); i = groupend(t, i) + 1) {
+  for (size_t i = 0; i < t.size(); i = endof(P, t, i) + 1) {
     if (!isprefix(t[i])) continue;
     runs.push_back(i);
     while (i + 1 < t.size() && isprefix(t[i + 1])) i++;
   }
-  if (runs.empty()) return level13(t, seen);
-  CellRef acc = level13(t.substr(0, runs[0]), seen);
+  if (runs.empty()) return level13(P, t, seen);
+  CellRef acc = level13(P, t.substr(0, runs[0]), seen);
   for (size_t k = 0; k < runs.size(); k++) {
     size_t end = k + 1 < runs.size() ? runs[k + 1] : t.size();
-    acc = cellpair(std::move(acc), prefixed(t.substr(runs[k], end - runs[k]), seen, level13));
-  }
-  return acc;
-}
-
-static CellRef level14(Text t);
-
-// Juxtaposition of tokens, to the left. A parenthesised token after the first is a call list:
-// each of its comma pieces is one more argument.
-static CellRef level13(Text t, const Seen &) {
-  Positions starts = tokenstarts(t);
-  must(!starts.empty());
-  starts.push_back(t.size());
-  CellRef acc = level14(t.substr(0, starts[1]));
-  for (size_t k = 1; k + 1 < starts.size(); k++) {
-    Text token = t.substr(starts[k], starts[k + 1] - starts[k]);
-    if (token[0] != '(') {
-      acc = cellpair(std::move(acc), level14(token));
-      continue;
-    }
-    Text inside = token.substr(1, groupend(token, 0) - 1);
-    Seen within = seenof(inside);
-    Positions commas = within.any(",") ? oppositions(inside, ",") : Positions();
-    for (Text piece : pieces(inside, commas)) acc = cellpair(std::move(acc), level1(piece, within));
+    acc = cellpair(std::move(acc), prefixed(P, t.substr(runs[k], end - runs[k]), seen, level13));
   }
   return acc;
 }
 
 // Atoms. In a bracket literal a newline byte is layout and a NUL byte, the editor's line break,
-// is a real newline; a NUL byte alone is the newline leaf as well.
-static CellRef level14(Text t) {
-  must(!t.empty());
+// is a real newline; a NUL byte alone is the newline leaf as well. A parenthesis here groups.
+CellRef level14(Parse &P, Text t) {
+  if (!holds(P, !t.empty())) return leaf('}');
   unsigned char c = t[0];
   if ((c >= '0' && c <= '9') || wordbyte(c)) return CellRef(std::string(t));
   if (c == '[') {
@@ -216,12 +243,99 @@ static CellRef level14(Text t) {
     return CellRef(s);
   }
   if (c == '(') {
-    Text inside = t.substr(1, groupend(t, 0) - 1);
-    return level1(inside, seenof(inside));
+    const Group &g = groupat(P, t);
+    if (!g.whole) return P.terms[g.first];
+    if (!holds(P, !g.broken)) return leaf('}');
+    return P.terms[g.first + g.count];
   }
-  must(t.size() == 1);
+  if (!holds(P, t.size() == 1)) return leaf('}');
   return leaf(c ? (char)c : '\n');
 }
+
+// Juxtaposition of tokens, to the left. A parenthesised token after the first is a call list:
+// each of its comma pieces is one more argument.
+CellRef level13(Parse &P, Text t, const Seen &) {
+  Positions starts = tokenstartsby(t, [&P, t](size_t i) { return endof(P, t, i); });
+  if (!holds(P, !starts.empty())) return leaf('}');
+  starts.push_back(t.size());
+  CellRef acc = level14(P, t.substr(0, starts[1]));
+  for (size_t k = 1; k + 1 < starts.size(); k++) {
+    Text token = t.substr(starts[k], starts[k + 1] - starts[k]);
+    if (token[0] != '(') {
+      acc = cellpair(std::move(acc), level14(P, token));
+      continue;
+    }
+    const Group &g = groupat(P, token);
+    for (size_t i = 0; i < g.count; i++) acc = cellpair(std::move(acc), P.terms[g.first + i]);
+  }
+  return acc;
+}
+
+// Reads the inside of a group of parentheses or wings whose inner groups are all read already.
+void readgroup(Parse &P, size_t open) {
+  Group &g = P.groups[P.link[open]];
+  Text inside = P.text.substr(open + 1, g.close - open - 1);
+  Seen seen = seenof(P, inside);
+  g.first = P.terms.size();
+  if (P.text[open] == '{') {
+    P.terms.push_back(commas(P, inside, seen));
+    g.count = 1;
+    return;
+  }
+  Positions cs = seen.any(",") ? opps(P, inside, ",") : Positions();
+  for (Text piece : pieces(P, inside, cs)) P.terms.push_back(level1(P, piece, seen));
+  g.count = cs.size() + 1;
+  if (cs.empty()) return;
+  P.trying = true;
+  P.broke = false;
+  P.terms.push_back(level1(P, inside, seen));
+  g.whole = true;
+  g.broken = P.broke;
+  P.trying = false;
+}
+
+// Links every group of the text and reads the inside of each pair of parentheses or wings as it
+// closes, so that an outer group finds the terms of those within it. From an opening bracket only
+// brackets count, since a bracket group is literal; parentheses and wings count as one kind.
+void readgroups(Parse &P) {
+  must(P.text.size() < (1ull << 32));
+  P.link.assign(P.text.size(), 0);
+  std::vector<size_t> open;
+  size_t literal = 0;  // the depth of bracket groups around the byte
+  for (size_t i = 0; i < P.text.size(); i++) {
+    unsigned char c = P.text[i];
+    if (literal && c != '[' && c != ']') continue;
+    if (c == '(' || c == '[' || c == '{') {
+      P.link[i] = (uint32_t)P.groups.size();
+      P.groups.emplace_back();
+      open.push_back(i);
+      literal += c == '[';
+      continue;
+    }
+    if (c != ')' && c != ']' && c != '}') continue;
+    must(!open.empty() && (P.text[open.back()] == '[') == (c == ']'));
+    size_t from = open.back();
+    open.pop_back();
+    P.link[i] = (uint32_t)from;
+    P.groups[P.link[from]].close = i;
+    if (c == ']') literal--;
+    else readgroup(P, from);
+  }
+  must(open.empty());
+}
+
+CellRef parse(const std::string &text, Level top) {
+  Parse P;
+  P.text = text;
+  readgroups(P);
+  return top(P, P.text, seenof(P, P.text));
+}
+
+}  // namespace
+
+CellRef parsetop(std::string text) { return parse(text, level1); }
+
+CellRef parselist(std::string text) { return parse(text, commas); }
 
 std::string posname(int64_t n) {
   if (n == 0x40000000) return "!!!!!";
@@ -284,8 +398,8 @@ bool matchcheck(const std::string &text, int64_t base, std::string &error, int64
       unsigned char before = i ? (unsigned char)text[i - 1] : 0;
       bool grouping = i == 0 ? stack.size() == 2 : comma && before != ')' && before != ']' && isglue(before);
       if (grouping)
-        return failed("Comma", base + (int64_t)stack.back(),
-                      "Comma encountered in parenthesization which is not a call list.", error, where);
+        return failed("Comma", base + (int64_t)stack.back(), "Comma encountered in parenthesization which is not a call list.",
+                      error, where);
       if (comma) stack.pop_back();
       stack.pop_back();
     }

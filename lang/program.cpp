@@ -4,12 +4,16 @@
 
 #include <map>
 #include <set>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "lang/chars.h"
 #include "lang/eval.h"
+#include "lang/lambda.h"
 #include "lang/print.h"
 
 namespace {
@@ -25,11 +29,37 @@ CellRef builtinstub(int arity) {
   return body;
 }
 
+// The global names each definition refers to, found once for liveness and pruning. The keys are
+// the names in the definition table, which neither step changes.
+using Refs = std::unordered_map<std::string_view, std::vector<std::string>>;
+
+Refs allrefs() {
+  Refs refs;
+  for (const auto &[name, term] : deftable()) refs.emplace(name, refsof(term));
+  return refs;
+}
+
+// Whether every name reachable from the main expression is defined, by a walk in any order.
+bool allalive(const Refs &refs) {
+  std::unordered_set<std::string_view> seen{""};
+  std::vector<std::string_view> todo{""};
+  while (!todo.empty()) {
+    auto r = refs.find(todo.back());
+    todo.pop_back();
+    if (r == refs.end()) return false;
+    for (const std::string &n : r->second)
+      if (seen.insert(n).second) todo.push_back(n);
+  }
+  return true;
+}
+
 // Every name reachable from the main expression must be defined; the smallest waiting name is
-// taken first, and a missing one is reported with the definition that named it.
-Outcome alive() {
+// taken first, and a missing one is reported with the definition that named it. The walk in name
+// order runs only when some name is missing, to find the one it reports.
+Outcome alive(const Refs &refs) {
+  if (allalive(refs)) return Outcome();
   std::map<std::string, std::string> work{{"", "nowhere"}};
-  std::set<std::string> seen;
+  std::unordered_set<std::string> seen;
   Defs &defs = deftable();
   while (!work.empty()) {
     auto [m, f] = *work.begin();
@@ -41,25 +71,26 @@ Outcome alive() {
       std::string by = f.empty() ? "TOP" : f;
       return fails(swapnewline(m), "Alive", "Alive function [" + by + "] references undefined [" + swapnewline(m) + "].");
     }
-    for (const std::string &n : refsof(d->second))
+    for (const std::string &n : refs.at(d->first))
       if (!seen.count(n)) work[n] = m;
   }
   return Outcome();
 }
 
 // Definitions that name something undefined go, with every definition that names one of them.
-void prune() {
+void prune(const Refs &refs) {
   Defs &defs = deftable();
-  std::map<std::string, std::vector<std::string>> referrers;
   std::vector<std::string> todo;
-  for (const auto &[name, term] : defs) {
-    bool broken = false;
-    for (const std::string &n : refsof(term)) {
-      referrers[n].push_back(name);
-      broken = broken || !defs.count(n);
-    }
-    if (broken) todo.push_back(name);
-  }
+  for (const auto &[name, names] : refs)
+    for (const std::string &n : names)
+      if (!refs.count(n)) {
+        todo.emplace_back(name);
+        break;
+      }
+  if (todo.empty()) return;
+  std::map<std::string, std::vector<std::string>> referrers;
+  for (const auto &[name, names] : refs)
+    for (const std::string &n : names) referrers[n].emplace_back(name);
   std::set<std::string> gone(todo.begin(), todo.end());
   while (!todo.empty()) {
     std::string n = todo.back();
@@ -106,9 +137,11 @@ Outcome textcheck() {
   defs.insert_or_assign("_", CellRef(layoutsource()));
   unittidy(defs);
   Outcome o = unitfunky(defs);
-  if (!failed(o)) o = alive();
   if (failed(o)) return o;
-  prune();
+  Refs refs = allrefs();
+  o = alive(refs);
+  if (failed(o)) return o;
+  prune(refs);
   o = eachdef(unitletters);
   if (!failed(o)) o = eachdef([](const std::string &n, CellRef &t) { return unitarity(n, t); });
   if (failed(o)) return o;

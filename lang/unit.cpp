@@ -96,13 +96,6 @@ Outcome unitfunky(const Defmap &defs) {
   return Outcome();
 }
 
-std::vector<std::string> refsof(const CellRef &term) {
-  std::vector<std::string> out;
-  CellRef refs = globalrefs(term);
-  for (Cell *c = refs.get(); !isleafcell(c); c = c->right) out.push_back(celltextof(c->left));
-  return out;
-}
-
 Outcome unitletters(const std::string &name, CellRef &term) {
   std::optional<CellRef> renamed = wordlocals(name, term);
   if (!renamed) return fails(name, -1, "Place", name.empty() ? "Place error." : "Place error in function " + name + ".");
@@ -124,12 +117,14 @@ Outcome unitclosed(const std::string &name, const CellRef &term) {
   return fails(name, -1, "Local", message);
 }
 
+// The values are put into a set of their own, which then replaces the old one: cheaper than
+// taking the others out one by one when most members are no values.
 void keepvalues() {
   Keep &k = keepset();
-  std::vector<Cell *> passing;
+  Keep values;
   for (size_t i = 0; i < k.members.keys.size(); i++) {
     Cell *member = (Cell *)(uintptr_t)k.members.values[i];
-    if (k.members.keys[i] && !isnormal(member)) passing.push_back(member);
+    if (k.members.keys[i] && isnormal(member)) keepadd(values, member, k.members.keys[i]);
   }
-  for (Cell *c : passing) keepdrop(k, c);
+  k = std::move(values);
 }

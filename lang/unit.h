@@ -42,8 +42,6 @@ Outcome unitread(int64_t base, const std::string &text, Unit &u);
 void unittidy(Defmap &defs);
 Outcome unitfunky(const Defmap &defs);
 
-// The global names a definition refers to, in plain byte order.
-std::vector<std::string> refsof(const CellRef &term);
 // Word locals of one definition made single letters ("Place" when more than 26), and the check
 // of its parameters ("Arity" when more than ten).
 Outcome unitletters(const std::string &name, CellRef &term);

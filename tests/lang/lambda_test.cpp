@@ -94,3 +94,22 @@ TEST(Print, LongListsPrintWithoutRecursion) {
   want += "JHK" + std::string(299999, ')');
   EXPECT_EQ(text, want);
 }
+
+// Each pass walks with a stack of its own: a term as deep as a long program's nesting goes through
+// all of them, and the renaming reaches a binder at the bottom.
+TEST(Lambdas, DeepTermsPassWithoutRecursion) {
+  const int n = 300000;
+  CellRef deep = sexp("\\ foo foo");
+  for (int i = 0; i < n; i++) deep = cellpair3(CellRef("+"), CellRef("g"), std::move(deep));
+  EXPECT_EQ(unquote(deep).get(), deep.get());
+  EXPECT_EQ(unpair(deep).get(), deep.get());
+  EXPECT_EQ(celltext(funkyterm(deep)), "");
+  EXPECT_EQ(names(globalrefs(deep)), "+ g ");
+  EXPECT_EQ(names(wordbinders(deep)), "foo ");
+  CellRef renamed = renamebinder(deep, "foo", "a");
+  Cell *c = renamed.get();
+  for (int i = 0; i < n; i++) c = c->right;
+  EXPECT_TRUE(same(CellRef(c), "\\ a a"));
+  CellRef quoted = cellpair(CellRef("`"), deep);
+  EXPECT_EQ(celltext(cellright(cellleft(unquote(quoted)))).size(), termprint(deep).size() + 2);
+}

@@ -4,6 +4,7 @@
 
 #include "lang/chars.h"
 #include "lang/parse.h"
+#include "tests/lang/ladder.h"
 #include "tests/support.h"
 
 namespace {
@@ -62,8 +63,8 @@ TEST(Parse, EmptyOperandsAndAtoms) {
   same("(f)(x)", "(f x)");
 }
 
-TEST(Parse, LongFlatTextsDoNotRecursePerOperator) {
-  std::string sum = "a", calls = "f(", blanks = "g";
+TEST(Parse, LongFlatAndDeepTextsDoNotRecurse) {
+  std::string sum = "a", calls = "f(", blanks = "g", deep, wings;
   for (int i = 0; i < 100000; i++) {
     sum += "+a";
     calls += i ? ",x" : "x";
@@ -76,6 +77,71 @@ TEST(Parse, LongFlatTextsDoNotRecursePerOperator) {
   EXPECT_EQ(depth, 100000);
   EXPECT_EQ(celltext(cellright(c)), "x");
   EXPECT_EQ(celltext(cellright(b)), "y");
+  // A million calls, each the argument of the one outside it, and as many wings inside wings.
+  const int n = 1000000;
+  for (int i = 0; i < n; i++) deep += "f(", wings += "a{";
+  deep += "x" + std::string(n, ')');
+  wings += "1" + std::string(n, '}');
+  CellRef d = parsetop(deep), w = parsetop(wings);
+  depth = 0;
+  for (Cell *t = d.get(); !isleafcell(t); t = t->right) depth++;
+  EXPECT_EQ(depth, n);
+  depth = 0;
+  for (Cell *t = w.get(); !isleafcell(t); t = t->left->right) depth++;
+  EXPECT_EQ(depth, n);
+}
+
+// Random texts of every kind of byte the ladder treats apart, read by the parser and by the ladder
+// as first written; a comma follows only a letter or a digit, so that no reading asserts.
+TEST(Parse, SameTermsAsTheLadderOnRandomTexts) {
+  const std::vector<std::string> atoms = {"a", "xy", "7", "01", "K", "S", "\x01", "\xe9", "[a b]", "[[]x]", "[\n]",
+                                          std::string(1, '\0'), "+", "-", "*", "^", "=", "<", "&", "|", "?",
+                                          ";", "\\", ".", ":", "@", "'", "%", "/", "#", ">", "~", "!", "$",
+                                          "\"", "`", " ", "\n", "  "};
+  uint64_t seed = 12345;
+  auto next = [&seed](size_t n) {
+    seed = seed * 6364136223846793005ull + 1442695040888963407ull;
+    return (size_t)(seed >> 33) % n;
+  };
+  int compared = 0;
+  for (int round = 0; round < 20000; round++) {
+    std::string text;
+    std::vector<char> open;
+    size_t length = 1 + next(40);
+    while (text.size() < length || !open.empty()) {
+      size_t pick = next(atoms.size() + 8);
+      bool closing = text.size() >= length || pick == atoms.size() + 7;
+      if (closing && !open.empty()) {
+        text += open.back();
+        open.pop_back();
+      } else if (pick == atoms.size() || pick == atoms.size() + 1) {
+        text += pick == atoms.size() ? '(' : '{';
+        open.push_back(pick == atoms.size() ? ')' : '}');
+      } else if (pick >= atoms.size() + 2) {
+        unsigned char last = text.empty() ? 0 : (unsigned char)text.back();
+        if (wordbyte(last) || (last >= '0' && last <= '9')) text += ',';
+      } else {
+        text += atoms[pick];
+      }
+    }
+    std::string error;
+    int64_t where;
+    if (!matchcheck(text, 0, error, where)) continue;
+    std::string norm = normalise(text);
+    CellRef ours = parsetop(norm), theirs = ladderparse(norm);
+    ASSERT_EQ(cellcompare(ours, theirs), 0) << text << " gave " << show(ours) << ", not " << show(theirs);
+    compared++;
+  }
+  EXPECT_GT(compared, 5000);
+}
+
+// A parenthesis that groups reads its inside whole, commas and all; a token of a capital and a
+// comma is then one token of two bytes, which the ladder stops on. As a call list it reads fine.
+TEST(Parse, GroupingWithCommasStopsWhereTheLadderStops) {
+  same("x{1}(a,b)", "((({ x) 1) (a, b))");
+  same("f(K,b)", "((f K) b)");
+  EXPECT_DEATH(parsetop("x{1}(K,b)"), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(ladderparse("x{1}(K,b)"), "ASSERTION FAILED:b:");
 }
 
 TEST(MatchCheck, BracketMessagesAndPositions) {

@@ -94,3 +94,15 @@ TEST(Programs, ConstantsThatNeedThemselves) {
   Ran r = run("K 1 cc,cc()\\cc");
   EXPECT_EQ(r.printed, "1");
 }
+
+// Texts nested far beyond any native stack: read, checked, run and printed.
+TEST(Programs, DeeplyNestedTextsRunAndPrint) {
+  const int n = 200000;
+  std::string calls, partial, want;
+  for (int i = 0; i < n; i++) calls += "I(", partial += "K(", want += "(K ";
+  Ran r = run(calls + "5" + std::string(n, ')'));
+  EXPECT_EQ(r.printed, "5");
+  r = run(partial + "1" + std::string(n, ')'));
+  want.resize(want.size() - 3);
+  EXPECT_EQ(r.printed, want + "K1" + std::string(n - 1, ')'));
+}

@@ -1,0 +1,71 @@
+// The judge of stops in the fuzz build: the one list of the stops that the language asks for on a
+// misuse by a program, each named by its file, function and condition, some only inside a built-in.
+#include <cstring>
+
+#include "fuzz/harness.h"
+
+namespace {
+
+struct Called {
+  const char *file;    // the end of the source path, or "" for a direct abort
+  const char *func;    // the function that stops
+  const char *cond;    // the condition that failed, as written; for a direct abort, its line
+  const char *during;  // the built-ins one of which must be running innermost, or "" for any
+};
+
+const Called called[] = {
+    // A blob whose length has a digit of value 63 can be made; reading its length stops.
+    {"/core/cell.cpp", "digitvalue", "ok", ""},
+    // The bracket code of a number above 676, as the text of a character tree.
+    {"/core/data.cpp", "bracketcode", "n >= 0 && n <= 676", ""},
+    // The last element of the empty text, which left and rght ask for without testing first.
+    {"/core/data.cpp", "laststart", "t.size() >= 3", ""},
+    {"/lib/structure.cpp", "viewpart", "!dataempty(x)", ""},
+    // A word local used inside an application keeps its word, a leaf with no definition; the
+    // analysis stops on an undefined leaf that is no single letter.
+    {"/lang/analysis.cpp", "sizeleaf", "text.size() == 1", ""},
+    {"/lang/analysis.cpp", "sizeleaf", "first >= 'a'", ""},
+    {"/lang/analysis.cpp", "sizeleaf", "first <= 'z'", ""},
+    // A parenthesis that groups, with a comma at its depth 0, read by the ladder: a token of a
+    // single byte and a comma is one token of two bytes.
+    {"/lang/parse.cpp", "holds", "P.trying", ""},
+    // The magnitude of anything but a digit leaf or a list that begins with H, such as the
+    // integer K or a list that begins with K, which an argument test for integers lets through.
+    {"/core/number.cpp", "magnitude", "listof(c, \"H\")", ""},
+    // A list that passes the one-level test of an integer but is no chain of bits down to K or a
+    // digit leaf: the walk that reads its natural guards the representation, as every routine
+    // on naturals does.
+    {"/core/number.cpp", "termnatural", "digitleaf(c)", ""},
+    {"/core/number.cpp", "termnatural", "b && (leafis(b, \"K\") || leafis(b, \"H\"))", ""},
+    // fd_set, strtol and strtoul read one argument more than their rows declare.
+    {"/lib/builtins.cpp", "argof", "!isleafcell(app)", "fd_set strtol strtoul"},
+    // assert of H stops with the line it always gives.
+    {"", "tolmabort", "242", "assert"},
+};
+
+bool endswith(const char *s, const char *end) {
+  size_t n = strlen(s), m = strlen(end);
+  return n >= m && strcmp(s + n - m, end) == 0;
+}
+
+// Whether the innermost running built-in is one of the names, a list split by blanks.
+bool during(const char *names) {
+  if (!*names) return true;
+  if (running().empty()) return false;
+  std::string list = " " + std::string(names) + " ";
+  return list.find(" " + running().back() + " ") != std::string::npos;
+}
+
+void judge(const Stop &stop) {
+  std::string line = std::to_string(stop.line);
+  bool direct = !*stop.file;
+  for (const Called &c : called) {
+    if (direct != !*c.file || strcmp(stop.func, c.func) != 0) continue;
+    bool where = direct ? line == c.cond : endswith(stop.file, c.file) && strcmp(stop.cond, c.cond) == 0;
+    if (where && during(c.during)) throw Ended{"stop"};
+  }
+}
+
+}  // namespace
+
+void judgeinstall() { stopjudge = judge; }
