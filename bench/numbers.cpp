@@ -1,6 +1,8 @@
 // Times the number engine on operands of 1,000, 10,000 and 100,000 decimal digits against python3
 // on the same operands in the same run: sums, products, floor quotients, powers of two, and the
-// conversions between decimal text and binary; then the integer routines on digit leaves.
+// conversions between decimal text and binary; then the integer routines on number leaves, the
+// operators on word integers, factorials built one word factor at a time, other loops over big
+// integers, and the element access words on short and long posts and texts.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <random>
@@ -16,6 +19,9 @@
 #include "core/bignum.h"
 #include "core/cell.h"
 #include "core/number.h"
+#include "core/numberleaf.h"
+#include "lang/program.h"
+#include "lib/builtins.h"
 
 namespace {
 
@@ -52,8 +58,35 @@ for i in range(0, len(words), 5):
     n, ta, tb, td, te = words[i:i + 5]
     a, b, d, e = int(ta), int(tb), int(td), int(te)
     for name, f in (("add", lambda: a + b), ("mul", lambda: a * b), ("div", lambda: a // d),
-                    ("pow", lambda: 2 ** e), ("tobin", lambda: int(ta)), ("totext", lambda: str(a))):
+                    ("pow", lambda: 2 ** e), ("tobin", lambda: int(ta)), ("totext", lambda: str(a)),
+                    ("addtext", lambda: str(int(ta) + int(tb))), ("multext", lambda: str(int(ta) * int(tb)))):
         print(n, name, timeit(f), flush=True)
+x, y = 123456789, 9876
+for name, f in (("plus", lambda: x + y), ("mult", lambda: x * y), ("over", lambda: x // y),
+                ("less", lambda: x < y)):
+    print("word", name, timeit(f), flush=True)
+def fact(n):
+    f = 1
+    for i in range(1, n + 1): f *= i
+    return f
+for n in (1000, 10000):
+    print("fact", n, timeit(lambda: fact(n)), flush=True)
+    print("facttext", n, timeit(lambda: str(fact(n))), flush=True)
+def fib(n):
+    a, b = 0, 1
+    for _ in range(n): a, b = b, a + b
+    return a
+print("fib", 20000, timeit(lambda: fib(20000)), flush=True)
+def digits(n):
+    s = 0
+    while n: s, n = s + n % 10, n // 10
+    return s
+big = 7 ** 2000
+print("digitsum", 2000, timeit(lambda: digits(big)), flush=True)
+for n in (10, 1000000):
+    p = bytes(n)
+    print("look", n, timeit(lambda: p[7]), flush=True)
+    print("rank", n, timeit(lambda: len(p)), flush=True)
 )";
 
 std::string randomdigits(std::mt19937_64 &g, size_t n) {
@@ -135,12 +168,13 @@ int main() {
     }
   }
 
-  // The routines the operators call: digit leaves in, digit leaves out, the reading and writing
-  // of the decimal text included. Python's times are those of its own operations above.
-  printf("\nOn digit leaves (decimal text in and out):\n");
+  // The routines the operators call, on leaves as the arithmetic leaves them (words kept, digits
+  // not yet written). Python's times are those of its own operations above.
+  printf("\nOn integer leaves that keep their words:\n");
   for (size_t n : sizes) {
     const Operands &o = ops[n];
-    CellRef a(o.a), b(o.b), d(o.d), two("2"), e = fromuword(o.e);
+    CellRef a = wordsleaf(false, dectobin(decread(o.a))), b = wordsleaf(false, dectobin(decread(o.b)));
+    CellRef d = wordsleaf(false, dectobin(decread(o.d))), two("2"), e = fromuword(o.e);
     std::string natural = textnatural(o.a);
     std::pair<const char *, std::function<void()>> rows[] = {
         {"intadd", [&] { intadd(a, b); }},      {"intmul", [&] { intmul(a, b); }},
@@ -153,6 +187,92 @@ int main() {
       printf("%-8s %8zu %12s %12s %7.1fx\n", rows[i].first, n, timetext(ours).c_str(),
              timetext(theirs).c_str(), theirs / ours);
     }
+  }
+
+  // The same from decimal text to decimal text: both operands read from digits, the result's
+  // digits written; Python reads and writes its text too.
+  printf("\nFrom digit leaves to digit leaves:\n");
+  for (size_t n : sizes) {
+    const Operands &o = ops[n];
+    CellRef a(o.a), b(o.b);
+    std::pair<const char *, std::function<void()>> rows[] = {
+        {"intadd", [&] { celltext(intadd(a, b)); }},
+        {"intmul", [&] { celltext(intmul(a, b)); }},
+    };
+    const char *same[] = {"addtext", "multext"};
+    for (int i = 0; i < 2; i++) {
+      double ours = timeit(rows[i].second), theirs = python[std::to_string(n) + " " + same[i]];
+      printf("%-8s %8zu %12s %12s %7.1fx\n", rows[i].first, n, timetext(ours).c_str(),
+             timetext(theirs).c_str(), theirs / ours);
+    }
+  }
+
+  // The operators as the machine calls them, on an application of two word integers.
+  printf("\nOperators on word integers (application in, leaf out):\n");
+  builtinsinstall();
+  preludeload();
+  CellRef x = fromword(123456789), y = fromword(9876);
+  for (const char *op : {"plus", "mult", "over", "less"}) {
+    CellRef app = cellpair3(CellRef(op), x, y);
+    builtinrow row = builtins()[op];
+    double ours = timeit([&] { row.run(app); }), theirs = python[std::string("word ") + op];
+    printf("%-8s %8s %12s %12s %7.1fx\n", op, "", timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+  }
+
+  // Factorials by the operator mult, one word factor at a time; then the same with the text of
+  // the result written at the end.
+  printf("\nRepeated products of a big integer by a word (factorial of n):\n");
+  for (int n : {1000, 10000}) {
+    builtinrow mult = builtins()["mult"];
+    auto fact = [&] {
+      CellRef f("1");
+      for (int i = 1; i <= n; i++) f = mult.run(cellpair3(CellRef("mult"), f, fromword(i)));
+      return f;
+    };
+    double ours = timeit([&] { fact(); }), theirs = python["fact " + std::to_string(n)];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "fact", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+    ours = timeit([&] { celltext(fact()); }), theirs = python["facttext " + std::to_string(n)];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "+text", n, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+  }
+
+  // Sums of big integers (Fibonacci of 20,000 by iteration), and quotients and remainders of a
+  // big integer by a word (the digit sum of 7^2000 by repeated division by 10).
+  printf("\nOther loops over big integers:\n");
+  {
+    builtinrow plus = builtins()["plus"], over = builtins()["over"], cent = builtins()["cent"];
+    auto fib = [&] {
+      CellRef a("0"), b("1");
+      for (int i = 0; i < 20000; i++) {
+        CellRef next = plus.run(cellpair3(CellRef("plus"), a, b));
+        a = std::move(b), b = std::move(next);
+      }
+    };
+    double ours = timeit(fib), theirs = python["fib 20000"];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "fib", 20000, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+    CellRef big = intpow(CellRef("7"), CellRef("2000")), ten("10");
+    auto digitsum = [&] {
+      CellRef n = big, sum("0");
+      while (!leafis(n.get(), "0")) {
+        sum = plus.run(cellpair3(CellRef("plus"), sum, cent.run(cellpair3(CellRef("cent"), n, ten))));
+        n = over.run(cellpair3(CellRef("over"), n, ten));
+      }
+    };
+    ours = timeit(digitsum), theirs = python["digitsum 2000"];
+    printf("%-8s %8d %12s %12s %7.1fx\n", "digitsum", 2000, timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+  }
+
+  // One element and the length of posts and texts of 10 and of 1,000,000 bytes.
+  printf("\nElement access on posts and texts (bytes):\n");
+  for (size_t n : {10, 1000000}) {
+    CellRef post = mkblob(std::string(n, 'x')), text("[" + std::string(n, 'x') + "]");
+    for (const char *word : {"look", "rank"})
+      for (const CellRef &v : {post, text}) {
+        CellRef app = strcmp(word, "look") == 0 ? cellpair3(CellRef(word), CellRef("7"), v) : cellpair(CellRef(word), v);
+        builtinrow row = builtins()[word];
+        double ours = timeit([&] { row.run(app); }), theirs = python[std::string(word) + " " + std::to_string(n)];
+        printf("%-8s %8zu %12s %12s %7.1fx\n", (std::string(word) + (v.get() == post.get() ? " a" : " u")).c_str(), n,
+               timetext(ours).c_str(), timetext(theirs).c_str(), theirs / ours);
+      }
   }
   return 0;
 }

@@ -10,12 +10,15 @@
 #include <unistd.h>
 
 #include "core/file.h"
+#include "core/halt.h"
 
 int64_t starttime = 0;
 std::string *logcapture = nullptr;
+void (*stophook)() = nullptr;
 
 // On this platform files are always binary and sockets need no start. The parser and the printer
 // of deep program texts recurse by nesting, so the stack may grow as far as the system lets it.
+// The memory limit of runs is read once, here.
 void tolmstart() {
   starttime = (int64_t)time(nullptr);
   rlimit stack;
@@ -23,6 +26,7 @@ void tolmstart() {
     stack.rlim_cur = stack.rlim_max == RLIM_INFINITY ? (rlim_t)1 << 30 : stack.rlim_max;
     setrlimit(RLIMIT_STACK, &stack);
   }
+  memorysetup();
 }
 
 void tolmlog(const std::string &text) {
@@ -45,6 +49,7 @@ static void writeall(int fd, const char *p, size_t n) {
   char text[64];
   int n = snprintf(text, sizeof text, "ASSERTION FAILED:%c:%d\n", group, line);
   writeall(2, text, (size_t)n);
+  if (stophook) stophook();
   abort();
 }
 

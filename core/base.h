@@ -11,10 +11,15 @@ extern int64_t starttime;
 // When set, the log goes to this string instead of its file; the tests read it there.
 extern std::string *logcapture;
 
+// Start-up: the start time, the stack limit and the memory limit of runs.
 void tolmstart();
 void tolmlog(const std::string &text);
 [[noreturn]] void tolmfail(const std::string &text);
 [[noreturn]] void tolmabort(char group, int line);
+// Called by tolmabort after its line and before the abort, when set: the editor points it at the
+// rescue of its unsaved documents. It runs where anything may be broken, so it may only use calls
+// that are safe in a signal handler.
+extern void (*stophook)();
 
 // The source group of a file from its path: the last directory named core or lang is b, lib is l,
 // edit is v. The tests' folders mirror the sources, so a test file takes the group of what it tests.

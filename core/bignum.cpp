@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#if defined(__x86_64__)
+#include <x86intrin.h>
+#endif
 
 #include "core/base.h"
 
@@ -20,15 +23,16 @@ static_assert(std::endian::native == std::endian::little, "byte strings are read
 // precomputed inverse: two products and two rare corrections instead of a hardware division.
 static inline uint64_t inverseof(uint64_t d) { return (uint64_t)(~(u128)0 / d); }
 
+// The first correction goes either way about as often, so it is made with a mask rather than a
+// branch that would be mispredicted half the time; the second is rare.
 static inline uint64_t divword(uint64_t hi, uint64_t lo, uint64_t d, uint64_t inv, uint64_t &rem) {
   u128 q = (u128)inv * hi + (((u128)hi << 64) | lo);
   uint64_t q1 = (uint64_t)(q >> 64) + 1, q0 = (uint64_t)q;
   uint64_t r = lo - q1 * d;
-  if (r > q0) {
-    q1--;
-    r += d;
-  }
-  if (r >= d) {
+  uint64_t back = 0 - (uint64_t)(r > q0);
+  q1 += back;
+  r += d & back;
+  if (__builtin_expect(r >= d, 0)) {
     q1++;
     r -= d;
   }
@@ -116,6 +120,40 @@ static uint64_t subn(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *
   return c;
 }
 
+// Binary runs add and subtract four words a step with the processor's carry, which the generic
+// form above leaves to the compiler to find. step is the one or the other intrinsic.
+#if defined(__x86_64__)
+template <class Step>
+static uint64_t carryrun(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb, Step step) {
+  unsigned char c = 0;
+  size_t i = 0;
+  unsigned long long *t = (unsigned long long *)r;
+  for (; i + 4 <= nb; i += 4) {
+    c = step(c, a[i], b[i], &t[i]);
+    c = step(c, a[i + 1], b[i + 1], &t[i + 1]);
+    c = step(c, a[i + 2], b[i + 2], &t[i + 2]);
+    c = step(c, a[i + 3], b[i + 3], &t[i + 3]);
+  }
+  for (; i < nb; i++) c = step(c, a[i], b[i], &t[i]);
+  for (; i < na && c; i++) c = step(c, a[i], 0, &t[i]);
+  if (r != a)
+    for (; i < na; i++) r[i] = a[i];
+  return c;
+}
+
+template <>
+uint64_t addn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  auto add = [](unsigned char c, uint64_t x, uint64_t y, unsigned long long *to) { return _addcarry_u64(c, x, y, to); };
+  return carryrun(r, a, na, b, nb, add);
+}
+
+template <>
+uint64_t subn<Bin>(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  auto sub = [](unsigned char c, uint64_t x, uint64_t y, unsigned long long *to) { return _subborrow_u64(c, x, y, to); };
+  return carryrun(r, a, na, b, nb, sub);
+}
+#endif
+
 static int cmpn(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   na = trimmed(a, na);
   nb = trimmed(b, nb);
@@ -125,11 +163,29 @@ static int cmpn(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   return 0;
 }
 
-// r = a * m + c over n words; gives the word above. m below the base.
+// r = a * m + c over n words; gives the word above. m and c below the base.
+static uint64_t mul1(Bin, uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
+  for (size_t i = 0; i < n; i++) r[i] = splitw(Bin{}, (u128)a[i] * m + c, c);
+  return c;
+}
+
+// Decimal: each word's product is split by the base on its own, so that the splits of successive
+// words overlap; only the sum of a remainder and the previous quotient waits for the word before,
+// and it carries at most one. The quotient of a word's product is below m, so the carry stays
+// below the base.
+static uint64_t mul1(Dec, uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
+  for (size_t i = 0; i < n; i++) {
+    uint64_t q, low = splitw(Dec{}, (u128)a[i] * m, q);
+    uint64_t over = c >= Dec::base - low;  // low + c itself may pass 2^64
+    r[i] = low + c - (Dec::base & (0 - over));
+    c = q + over;
+  }
+  return c;
+}
+
 template <class B>
 static uint64_t mul1(uint64_t *r, const uint64_t *a, size_t n, uint64_t m, uint64_t c) {
-  for (size_t i = 0; i < n; i++) r[i] = splitw(B{}, (u128)a[i] * m + c, c);
-  return c;
+  return mul1(B{}, r, a, n, m, c);
 }
 
 // u -= v * q over n words; gives what is still to be taken from the word above.
@@ -302,6 +358,10 @@ static void carrycolumns(Bin, uint64_t *r, const std::vector<Wide> &cols) {
 template <class B>
 static void mulany(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
   if (na < nb) std::swap(a, b), std::swap(na, nb);
+  if (nb == 1) {
+    r[na] = mul1<B>(r, a, na, b[0], 0);
+    return;
+  }
   if (nb < bigtuning.karatsuba) {
     mulbase(B{}, r, a, na, b, nb);
     return;
@@ -388,6 +448,38 @@ uint64_t bigdivsmall(Limbs &a, uint64_t d) {
     rem >>= s;
   }
   trim(a);
+  return rem;
+}
+
+int bincmp(const uint64_t *a, size_t na, const uint64_t *b, size_t nb) { return cmpn(a, na, b, nb); }
+
+size_t binadd(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  if (na < nb) std::swap(a, b), std::swap(na, nb);
+  r[na] = addn<Bin>(r, a, na, b, nb);
+  return trimmed(r, na + 1);
+}
+
+size_t binsub(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb) {
+  must(cmpn(a, na, b, nb) >= 0);
+  subn<Bin>(r, a, na, b, trimmed(b, nb));
+  return trimmed(r, na);
+}
+
+size_t binmulword(uint64_t *r, const uint64_t *a, size_t na, uint64_t m) {
+  r[na] = mul1<Bin>(r, a, na, m, 0);
+  return trimmed(r, na + 1);
+}
+
+uint64_t bindivword(uint64_t *q, const uint64_t *a, size_t na, uint64_t d) {
+  must(d != 0);
+  int s = std::countl_zero(d);
+  uint64_t dn = d << s, inv = inverseof(dn), rem = 0;
+  for (size_t i = na; i-- > 0;) {
+    u128 x = (((u128)rem << 64) | a[i]) << s;
+    uint64_t w = divword((uint64_t)(x >> 64), (uint64_t)x, dn, inv, rem);
+    if (q) q[i] = w;
+    rem >>= s;
+  }
   return rem;
 }
 

@@ -47,6 +47,17 @@ uint64_t bigdivsmall(Limbs &a, uint64_t d);  // in place; gives the remainder
 template <class B>
 Limbs bigpow(const Limbs &a, const Limbs &e);
 
+// Binary sums, differences and products by a word on runs of words that stand elsewhere (the
+// words a number leaf keeps), so that neither operand nor result is copied. r has room for the
+// longer operand and one word more, and may be a itself; each gives the length of its result
+// without zero words on top.
+int bincmp(const uint64_t *a, size_t na, const uint64_t *b, size_t nb);
+size_t binadd(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb);
+size_t binsub(uint64_t *r, const uint64_t *a, size_t na, const uint64_t *b, size_t nb);  // a >= b
+size_t binmulword(uint64_t *r, const uint64_t *a, size_t na, uint64_t m);
+// a / d into q (na words, q may be a, or null for the remainder alone); gives the remainder.
+uint64_t bindivword(uint64_t *q, const uint64_t *a, size_t na, uint64_t d);
+
 // The exact column sums of a product, col[k] = sum of a[i] * b[j] over i + j = k, from transforms
 // modulo three primes; the products above the transform threshold carry them into their base.
 struct Wide {
@@ -68,6 +79,8 @@ Limbs bintodec(const Limbs &b);
 bool alldigits(std::string_view text);
 Limbs decread(std::string_view text);
 std::string decwrite(const Limbs &d);
+size_t decdigits(const Limbs &d);           // the length of decwrite's text
+void decwriteat(const Limbs &d, char *p);  // the same text, written at p
 
 // Binary words from and to little-endian byte strings; bytes are written without zero bytes on top.
 Limbs bytesread(std::string_view bytes);

@@ -86,16 +86,30 @@ static void write19(char *p, uint64_t x) {
   memcpy(p + 11, &b, 8);
 }
 
-std::string decwrite(const Limbs &d) {
-  if (d.empty()) return "";
+// Digits of one word: 1 for zero.
+static size_t worddigits(uint64_t w) {
+  size_t k = 1;
+  for (uint64_t p = 10; k < (size_t)Dec::digits && w >= p; p *= 10) k++;
+  return k;
+}
+
+size_t decdigits(const Limbs &d) {
+  return d.empty() ? 0 : worddigits(d.back()) + Dec::digits * (d.size() - 1);
+}
+
+void decwriteat(const Limbs &d, char *p) {
+  if (d.empty()) return;
   char first[24];
   write19(first, d.back());
-  size_t skip = 0;
-  while (first[skip] == '0') skip++;
-  std::string text(Dec::digits - skip + Dec::digits * (d.size() - 1), '0');
-  memcpy(text.data(), first + skip, Dec::digits - skip);
-  char *p = text.data() + Dec::digits - skip;
+  size_t skip = Dec::digits - worddigits(d.back());
+  memcpy(p, first + skip, Dec::digits - skip);
+  p += Dec::digits - skip;
   for (size_t i = d.size() - 1; i-- > 0; p += Dec::digits) write19(p, d[i]);
+}
+
+std::string decwrite(const Limbs &d) {
+  std::string text(decdigits(d), '0');
+  decwriteat(d, text.data());
   return text;
 }
 
@@ -144,9 +158,19 @@ static Limbs words(const Limbs &a, size_t from, size_t to) {
 }
 
 Limbs dectobin(const Limbs &d) {
-  if (d.size() < bigtuning.convert) {
-    Limbs b;
-    for (size_t i = d.size(); i-- > 0;) b = bigaddsmall<Bin>(bigmulsmall<Bin>(b, Dec::base), d[i]);
+  if (d.size() < bigtuning.convert) {  // b = b * 10^19 + the next word down, in place
+    Limbs b(d.size(), 0);
+    size_t n = 0;
+    for (size_t i = d.size(); i-- > 0;) {
+      uint64_t carry = d[i];
+      for (size_t j = 0; j < n; j++) {
+        unsigned __int128 p = (unsigned __int128)b[j] * Dec::base + carry;
+        b[j] = (uint64_t)p;
+        carry = (uint64_t)(p >> 64);
+      }
+      if (carry) b[n++] = carry;
+    }
+    b.resize(n);
     return b;
   }
   static std::vector<Limbs> cache;

@@ -4,10 +4,12 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <malloc.h>
 #include <sys/mman.h>
 #include <utility>
 #include <vector>
 
+#include "core/halt.h"
 #include "core/tables.h"
 
 uint64_t cellsmade = 0, cellsfreed = 0;
@@ -20,9 +22,39 @@ uint64_t cellsmade = 0, cellsfreed = 0;
 constexpr size_t smallcell = sizeof(Cell);
 constexpr size_t smalltext = smallcell - offsetof(Cell, left) - 1;
 
+// What terms hold: every live cell at the size of a small one, and what the general heap gave
+// long leaves beyond that. The run's memory limit is checked against it where it grows.
+static uint64_t textheld = 0;
+
+uint64_t memoryheld() { return (cellsmade - cellsfreed) * smallcell + textheld; }
+
+static void *takelong(size_t n) {
+  void *block = malloc(n);
+  must(block != nullptr);
+  textheld += malloc_usable_size(block) - smallcell;
+  memorycheck(memoryheld());
+  return block;
+}
+
+// A small cell from the general heap; the limit is looked at once in a slab's worth of cells.
+static Cell *takeheap() {
+  if ((cellsmade & 4095) == 0) memorycheck(memoryheld());
+  Cell *c = (Cell *)malloc(smallcell);
+  must(c != nullptr);
+  return c;
+}
+
+// A block of the general heap: a long leaf gives back what it held beyond a small cell. Kept out of
+// line, so that the pool's own path stays small enough to be inlined where cells are freed.
+[[gnu::noinline]] static void giveheap(Cell *c) {
+  size_t n = malloc_usable_size(c);
+  if (n > smallcell) textheld -= n - smallcell;
+  free(c);
+}
+
 #ifdef TOLM_PLAINHEAP
-static Cell *takesmall() { return (Cell *)malloc(smallcell); }
-static void givesmall(Cell *c) { free(c); }
+static Cell *takesmall() { return takeheap(); }
+static void givesmall(Cell *c) { giveheap(c); }
 #else
 static Cell *freecells = nullptr;
 static char *poolstart = nullptr, *poolnext = nullptr, *poolend = nullptr;
@@ -43,11 +75,8 @@ static Cell *takesmall() {
   }
   if (!poolend) poolreserve();
   constexpr size_t slab = 4096 * smallcell;
-  if ((size_t)(poolend - poolnext) < slab) {
-    Cell *c = (Cell *)malloc(smallcell);
-    must(c != nullptr);
-    return c;
-  }
+  if ((size_t)(poolend - poolnext) < slab) return takeheap();
+  memorycheck(memoryheld());
   Cell *block = (Cell *)poolnext;
   poolnext += slab;
   for (size_t i = slab / smallcell - 1; i > 0; i--) {
@@ -58,7 +87,7 @@ static Cell *takesmall() {
 }
 
 static void givesmall(Cell *c) {
-  if ((char *)c < poolstart || (char *)c >= poolend) return free(c);
+  if ((char *)c < poolstart || (char *)c >= poolend) return giveheap(c);
   c->word = (uint64_t)(uintptr_t)freecells;
   freecells = c;
 }
@@ -66,18 +95,31 @@ static void givesmall(Cell *c) {
 
 static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
-Cell *newleaf(const char *text, size_t n) {
-  void *block = n <= smalltext ? (void *)takesmall() : malloc(offsetof(Cell, left) + n + 1);
+Cell *newleafspace(size_t n, unsigned char first, size_t room) {
+  room = room > n ? room : n;
+  void *block = room <= smalltext ? (void *)takesmall() : takelong(offsetof(Cell, left) + room + 1);
   must(block != nullptr);
   cellsmade++;
-  char *t = (char *)block + offsetof(Cell, left);
-  if (n) memcpy(t, text, n);
-  t[n] = 0;
   Cell *c = (Cell *)block;
+  char *t = rawtext(c);
+  t[0] = (char)first;
+  t[n] = 0;
   c->word = leafbit;
-  unsigned char first = n ? (unsigned char)t[0] : 0;
   if ((isdigitbyte(first) || first == '[') && n < fieldmax) c->word |= (uint64_t)n << fieldshift;
   if (first == '[') c->word |= 0x40ull << 56;
+  return c;
+}
+
+size_t leafroom(const Cell *c) {
+#ifndef TOLM_PLAINHEAP
+  if ((const char *)c >= poolstart && (const char *)c < poolend) return smalltext;
+#endif
+  return malloc_usable_size((void *)c) - offsetof(Cell, left) - 1;
+}
+
+Cell *newleaf(const char *text, size_t n) {
+  Cell *c = newleafspace(n, n ? (unsigned char)text[0] : 0);
+  if (n) memcpy(rawtext(c), text, n);
   return c;
 }
 
@@ -156,23 +198,22 @@ CellRef cellright(const CellRef &ref) {
   return CellRef(ref->right);
 }
 
+// The length of a digit or bracket leaf is in field, so that pending digits are not written
+// for it; only a text too long for field is measured.
 size_t celllenof(const Cell *c) {
   if (!isleafcell(c)) return 0;
-  const char *t = textof(c);
-  unsigned char first = (unsigned char)t[0];
+  unsigned char first = headbyte(c);
   if (first == ' ') return 9;
+  if ((isdigitbyte(first) || first == '[') && fieldof(c)) return fieldof(c);
+  const char *t = textof(c);
   if (first == '(') {
     size_t n = 0, i = 1;
     for (; t[i] != ')'; i++) n = n * 64 + (size_t)digitvalue(t[i]);
     return i + 1 + n;
   }
-  if (isdigitbyte(first) || first == '[') {
-    if (fieldof(c)) return fieldof(c);
-    size_t n = strlen(t);
-    must(n >= fieldmax);
-    return n;
-  }
-  return strlen(t);
+  size_t n = strlen(t);
+  if (isdigitbyte(first) || first == '[') must(n >= fieldmax);
+  return n;
 }
 
 std::string celltextof(const Cell *c) { return std::string(textof(c), celllenof(c)); }

@@ -22,6 +22,8 @@ constexpr uint64_t redexbit = 1ull << 62;
 
 // Cells made and freed since the start; the benchmarks read them.
 extern uint64_t cellsmade, cellsfreed;
+// The bytes that live cells and the texts of long leaves hold.
+uint64_t memoryheld();
 
 inline bool isleafcell(const Cell *c) { return c->word & leafbit; }
 inline uint32_t countof(const Cell *c) { return (uint32_t)(c->word & countmask); }
@@ -32,9 +34,26 @@ inline bool redexflag(const Cell *c) { return c->word & redexbit; }
 // The data mark: a "[" leaf, or a pair of two data cells. A cell gets it when it is made, so that
 // telling data from the rest never needs the analysis of terms.
 inline bool datakind(const Cell *c) { return (topbyte(c) & 0x7F) == 0x40; }
-inline const char *textof(const Cell *c) { return (const char *)&c->left; }
-inline char *textof(Cell *c) { return (char *)&c->left; }
-inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)textof(c)[0] : 0; }
+// The bytes of a leaf as they stand. A number leaf may hold its binary words in place of digits
+// not yet written (core/numberleaf.h); its first byte is always the true one, and its second is
+// then 1, which no digit text has.
+inline const char *rawtext(const Cell *c) { return (const char *)&c->left; }
+inline char *rawtext(Cell *c) { return (char *)&c->left; }
+inline bool digitspending(const Cell *c) {
+  const char *t = rawtext(c);
+  return isleafcell(c) && (unsigned char)(t[0] - '0') <= 9 && t[1] == 1;  // a digit has a second byte
+}
+void numberwrite(Cell *c);  // writes the pending digits over the words
+// The text of a leaf, its digits written first if they are pending.
+inline const char *textof(const Cell *c) {
+  if (digitspending(c)) numberwrite((Cell *)c);
+  return rawtext(c);
+}
+inline char *textof(Cell *c) {
+  if (digitspending(c)) numberwrite(c);
+  return rawtext(c);
+}
+inline unsigned char headbyte(const Cell *c) { return isleafcell(c) ? (unsigned char)rawtext(c)[0] : 0; }
 
 // The writers of the analysis bits; only the analysis of terms calls them.
 inline void setfield(Cell *c, uint64_t value) {
@@ -53,7 +72,17 @@ inline void setredex(Cell *c, bool flag) { c->word = flag ? c->word | redexbit :
 
 inline void settop(Cell *c, uint8_t top) { c->word = (c->word & ~(0xFFull << 56)) | ((uint64_t)top << 56); }
 
+// The top byte that the analysis gives every leaf that is no name: a number, a real, a blob or a
+// mark has arity 1 and no redex. The number makers set it at creation, so that no analysis has to
+// read the digits of their results.
+constexpr uint8_t plainleaftop = 0xB5;
+
+// A leaf with room for n text bytes and the NUL after them, or for room bytes when that is more,
+// whose text begins with first; the caller writes the rest. newleaf copies a whole text in.
+Cell *newleafspace(size_t n, unsigned char first, size_t room = 0);
 Cell *newleaf(const char *text, size_t n);
+// The text bytes a leaf's block can hold before the NUL: at least its length.
+size_t leafroom(const Cell *c);
 Cell *newpair(Cell *left, Cell *right);  // takes over one count of each child
 void cellfree(Cell *c);                  // the count has reached 0
 
@@ -129,10 +158,11 @@ size_t celllenof(const Cell *c);
 std::string celltextof(const Cell *c);
 inline size_t celllen(const CellRef &ref) { return celllenof(ref.get()); }
 inline std::string celltext(const CellRef &ref) { return celltextof(ref.get()); }
-// True when a leaf's text is exactly s; false for every pair.
+// True when a leaf's text is exactly s; false for every pair. Pending digits need not be written
+// for it: no text that is asked for has the mark 1 after a digit.
 inline bool leafis(const Cell *c, const char *s) {
   if (!isleafcell(c)) return false;
-  const char *t = textof(c);
+  const char *t = rawtext(c);
   while (*s && *t == *s) t++, s++;
   return *t == *s;
 }

@@ -9,6 +9,7 @@
 #include "core/bignum.h"
 #include "core/nat.h"
 #include "core/number.h"
+#include "core/numberleaf.h"
 
 // ---- Exact fractions. A magnitude is read as the integer m = |value| * 2^f, where f is the lowest
 // place present: D's odd bits are the integer part in order, its even bits from bit 2 up are the
@@ -207,8 +208,10 @@ CellRef numbmod(const CellRef &a, const CellRef &b) {
   return bitsexact(r);
 }
 
-// ---- Integers: a sign and a magnitude in decimal words, read from the text of the operand (the
-// leaf's own, or the spelling of a list's natural) and written back as a digit leaf.
+// ---- Integers: a sign and a magnitude in binary words, read from the operand (a leaf's kept
+// words in place, or its digits, or a list's natural) and made into a digit leaf. Sums,
+// differences and products by a word read their operands in place and write into the leaf they
+// make; the other operations work on copies.
 
 namespace {
 
@@ -219,27 +222,26 @@ struct Int {
 
 Int intof(const CellRef &t) {
   needint(t);
-  std::string spelled;
-  std::string_view text;
-  if (isleafcell(t.get()) && cellhead(t) >= '0' && cellhead(t) <= '9') {
-    text = std::string_view(textof(t.get()), celllen(t));
-  } else {
-    spelled = naturaltext(listbits(t));
-    text = spelled;
-  }
-  return Int{text != "0" && text[0] == '0', decread(text)};
+  Intwords x;
+  intwords(t.get(), x);
+  return Int{x.minus, x.own.empty() ? Limbs(x.w, x.w + x.n) : std::move(x.own)};
 }
 
-CellRef intleaf(const Int &x) {
-  if (x.mag.empty()) return CellRef("0");
-  return CellRef((x.minus ? "0" : "") + decwrite(x.mag));
+void wordsof(const CellRef &t, Intwords &x) {
+  needint(t);
+  intwords(t.get(), x);
 }
 
-Int addsigned(const Int &x, const Int &y) {
-  if (x.minus == y.minus) return Int{x.minus, bigadd<Dec>(x.mag, y.mag)};
-  int c = bigcmp(x.mag, y.mag);
-  if (c == 0) return Int{};
-  return c > 0 ? Int{x.minus, bigsub<Dec>(x.mag, y.mag)} : Int{y.minus, bigsub<Dec>(y.mag, x.mag)};
+CellRef intleaf(const Int &x) { return wordsleaf(x.minus, x.mag); }
+
+// x + y, or x - y when negate is set.
+CellRef addsigned(const Intwords &x, const Intwords &y, bool negate) {
+  bool yminus = y.minus != negate && y.n;
+  Numberroom r = numberroom(std::max(x.n, y.n) + 1);
+  if (x.minus == yminus) return numberdone(r, x.minus, binadd(r.w, x.w, x.n, y.w, y.n));
+  int c = bincmp(x.w, x.n, y.w, y.n);
+  if (c >= 0) return numberdone(r, x.minus, binsub(r.w, x.w, x.n, y.w, y.n));
+  return numberdone(r, yminus, binsub(r.w, y.w, y.n, x.w, x.n));
 }
 
 Int negated(Int x) {
@@ -249,37 +251,73 @@ Int negated(Int x) {
 
 bool isone(const Limbs &m) { return m.size() == 1 && m[0] == 1; }
 
+const uint64_t one = 1;
+
 }  // namespace
 
-CellRef intadd(const CellRef &a, const CellRef &b) { return intleaf(addsigned(intof(a), intof(b))); }
-CellRef intsub(const CellRef &a, const CellRef &b) { return intleaf(addsigned(intof(a), negated(intof(b)))); }
+CellRef intadd(const CellRef &a, const CellRef &b) {
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  return addsigned(x, y, false);
+}
+
+CellRef intsub(const CellRef &a, const CellRef &b) {
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  return addsigned(x, y, true);
+}
 CellRef intneg(const CellRef &a) { return intleaf(negated(intof(a))); }
 
 CellRef intmul(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
-  return intleaf(Int{x.minus != y.minus, bigmul<Dec>(x.mag, y.mag)});
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  bool minus = x.minus != y.minus;
+  if (x.n == 0 || y.n == 0) return wordsleaf(false, Limbs{});
+  if (x.n == 1 || y.n == 1) {
+    const Intwords &big = x.n == 1 ? y : x;
+    Numberroom r = numberroom(big.n + 1);
+    return numberdone(r, minus, binmulword(r.w, big.w, big.n, (x.n == 1 ? x : y).w[0]));
+  }
+  return wordsleaf(minus, bigmul<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n)));
 }
 
 // The quotient's magnitude rounds down when the signs agree and up when they differ, so that the
-// signed quotient is the floor.
+// signed quotient is the floor. A divisor of one word divides in place into the result's leaf.
 CellRef intdiv(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
-  if (y.mag.empty()) return CellRef("Z");
-  Limbs q, r;
-  bigdivmod<Dec>(x.mag, y.mag, q, r);
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  if (y.n == 0) return CellRef("Z");
   bool differ = x.minus != y.minus;
-  if (differ && !r.empty()) q = bigaddsmall<Dec>(q, 1);
-  return intleaf(Int{differ, q});
+  if (y.n == 1) {
+    Numberroom r = numberroom(x.n + 1);
+    bool rest = bindivword(r.w, x.w, x.n, y.w[0]) != 0;
+    r.w[x.n] = 0;
+    size_t n = x.n;
+    while (n && r.w[n - 1] == 0) n--;
+    if (differ && rest) n = binadd(r.w, r.w, n, &one, 1);
+    return numberdone(r, differ, n);
+  }
+  Limbs q, rest;
+  bigdivmod<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n), q, rest);
+  if (differ && !rest.empty()) q = bigaddsmall<Bin>(q, 1);
+  return wordsleaf(differ, q);
 }
 
-// The remainder that goes with the floor quotient: it takes the sign of the divisor.
+// The remainder that goes with the floor quotient: it takes the sign of the divisor. A divisor
+// of one word needs no quotient at all.
 CellRef intmod(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
-  if (y.mag.empty()) return CellRef("Z");
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
+  if (y.n == 0) return CellRef("Z");
   Limbs q, r;
-  bigdivmod<Dec>(x.mag, y.mag, q, r);
-  if (!r.empty() && x.minus != y.minus) r = bigsub<Dec>(y.mag, r);
-  return intleaf(Int{y.minus, r});
+  if (y.n == 1) {
+    uint64_t rest = bindivword(nullptr, x.w, x.n, y.w[0]);
+    if (rest) r.push_back(rest);
+  } else {
+    bigdivmod<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n), q, r);
+  }
+  if (!r.empty() && x.minus != y.minus) r = bigsub<Bin>(Limbs(y.w, y.w + y.n), r);
+  return wordsleaf(y.minus, r);
 }
 
 // A negative exponent gives the floor of 1 / a^n, as the quotient would: 0 or -1 unless a is 1
@@ -293,13 +331,14 @@ CellRef intpow(const CellRef &a, const CellRef &b) {
   }
   if (e.mag.empty()) return CellRef("1");
   if (x.mag.empty() || isone(x.mag)) return intleaf(Int{minus, x.mag});
-  return intleaf(Int{minus, bigpow<Dec>(x.mag, dectobin(e.mag))});
+  return intleaf(Int{minus, bigpow<Bin>(x.mag, e.mag)});
 }
 
 int intcompare(const CellRef &a, const CellRef &b) {
-  Int x = intof(a), y = intof(b);
+  Intwords x, y;
+  wordsof(a, x), wordsof(b, y);
   if (x.minus != y.minus) return x.minus ? -1 : 1;
-  int c = bigcmp(x.mag, y.mag);
+  int c = bincmp(x.w, x.n, y.w, y.n);
   return x.minus ? -c : c;
 }
 

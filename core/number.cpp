@@ -11,14 +11,17 @@
 #include "core/base.h"
 #include "core/bignum.h"
 #include "core/nat.h"
+#include "core/numberleaf.h"
 
 // ---- Shapes of cells.
 
 static bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
-static bool digitleaf(const Cell *c) { return isleafcell(c) && isdigitbyte((unsigned char)textof(c)[0]); }
+// The shape tests read the first two bytes as they stand: a leaf with pending digits has its true
+// first byte and the mark 1 second, and is always an integer, which these tests tell correctly.
+static bool digitleaf(const Cell *c) { return isdigitbyte(headbyte(c)); }
 
-static bool exactleaf(const Cell *c) { return isleafcell(c) && textof(c)[0] == '0' && textof(c)[1] == '0'; }
+static bool exactleaf(const Cell *c) { return isleafcell(c) && rawtext(c)[0] == '0' && rawtext(c)[1] == '0'; }
 
 static std::string_view leafview(const Cell *c) { return std::string_view(textof(c), celllenof(c)); }
 
@@ -76,14 +79,14 @@ void needexact(const CellRef &t) { must(exactform(t)); }
 
 bool isplus(const CellRef &t) {
   const Cell *c = t.get();
-  if (digitleaf(c) && textof(c)[0] == '0' && textof(c)[1] != 0 && textof(c)[1] != '0') return false;
+  if (digitleaf(c) && rawtext(c)[0] == '0' && rawtext(c)[1] != 0 && rawtext(c)[1] != '0') return false;
   return !listof(c, "K");
 }
 
 CellRef magnitude(const CellRef &t) {
   const Cell *c = t.get();
   if (digitleaf(c)) {
-    if (textof(c)[0] != '0' || leafis(c, "0")) return t;
+    if (headbyte(c) != '0' || leafis(c, "0")) return t;
     return CellRef(std::string(leafview(c).substr(1)));
   }
   must(listof(c, "H"));
@@ -124,6 +127,15 @@ static Limbs naturalof(std::string_view text) {
   return bigaddsmall<Bin>(bigshl(dectobin(decread(text)), 2), text[0] == '0' ? 1 : 3);
 }
 
+// The natural of a digit leaf; pending digits give it from the leaf's words, without writing them.
+static Limbs leafnatural(const Cell *c) {
+  if (!digitspending(c)) return naturalof(leafview(c));
+  bool minus;
+  Limbs x;
+  leafwords(c, minus, x);
+  return bigaddsmall<Bin>(bigshl(x, 2), minus ? 1 : 3);
+}
+
 std::string naturaltext(const std::string &n) { return spell(bytesread(n)); }
 
 std::string textnatural(const std::string &text) { return byteswrite(naturalof(text)); }
@@ -143,7 +155,7 @@ static Limbs termnatural(const Cell *c) {
     tail = Limbs{1};
   else {
     must(digitleaf(c));
-    tail = naturalof(leafview(c));
+    tail = leafnatural(c);
   }
   tail = bigshl(tail, m);
   if (tail.size() < bits.size()) tail.resize(bits.size(), 0);
@@ -164,7 +176,7 @@ CellRef bitlist(const std::string &n) {
 // digits of what lies above the zero bit that ends the run.
 CellRef digitsrest(const CellRef &t) {
   must(digitleaf(t.get()));
-  Limbs x = bigshr(naturalof(leafview(t.get())), 2);
+  Limbs x = bigshr(leafnatural(t.get()), 2);
   uint64_t ones = 0;
   while (ones / 64 < x.size() && x[ones / 64] == ~0ull) ones += 64;
   if (ones / 64 < x.size()) ones += (uint64_t)std::countr_one(x[ones / 64]);
@@ -174,6 +186,12 @@ CellRef digitsrest(const CellRef &t) {
 // ---- Machine words and reals.
 
 uint64_t lowword(const CellRef &t) {
+  if (digitspending(t.get())) {
+    bool minus;
+    Limbs x;
+    leafwords(t.get(), minus, x);
+    return x[0];
+  }
   CellRef m = magnitude(t);
   uint64_t v = 0;
   for (char ch : leafview(m.get())) v = v * 10 + (uint64_t)(ch - '0');  // modulo 2^64 throughout
@@ -181,19 +199,50 @@ uint64_t lowword(const CellRef &t) {
 }
 
 int64_t toword(const CellRef &t) {
-  uint64_t v = lowword(magnitude(t));
+  uint64_t v = lowword(t);
   return (int64_t)(isplus(t) ? v : 0 - v);
 }
 
-CellRef fromuword(uint64_t n) {
-  char text[24];
-  snprintf(text, sizeof text, "%llu", (unsigned long long)n);
-  return CellRef(text);
+// The decimal digits of n, written backward so that they end at end; gives where they start.
+static char *worddigits(uint64_t n, char *end) {
+  static const char pairs[] =
+      "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546474849"
+      "5051525354555657585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
+  for (; n >= 100; n /= 100) memcpy(end -= 2, pairs + 2 * (n % 100), 2);
+  if (n >= 10) memcpy(end -= 2, pairs + 2 * n, 2);
+  else *--end = (char)('0' + n);
+  return end;
 }
 
-CellRef fromword(int64_t n) {
-  if (n >= 0) return fromuword((uint64_t)n);
-  return CellRef("0" + celltext(fromuword(0 - (uint64_t)n)));
+static CellRef wordleaf(uint64_t magnitude, bool minus) {
+  char text[24], *end = text + sizeof text, *start = worddigits(magnitude, end);
+  if (minus && magnitude) *--start = '0';
+  Cell *c = newleaf(start, (size_t)(end - start));
+  settop(c, plainleaftop);
+  return CellRef(c);
+}
+
+CellRef fromuword(uint64_t n) { return wordleaf(n, false); }
+
+CellRef fromword(int64_t n) { return wordleaf(n < 0 ? 0 - (uint64_t)n : (uint64_t)n, n < 0); }
+
+// At most 19 digits after the sign: 19 digits never overflow the unsigned word, and only then
+// can the value pass the signed range. A leaf with pending digits is longer than that, so the
+// bytes read here are always digits.
+bool smallint(const Cell *c, int64_t &v) {
+  if (!isleafcell(c)) return false;
+  const char *t = rawtext(c);
+  size_t n = fieldof(c);
+  if ((unsigned char)(t[0] - '0') > 9 || n == 0 || n > 20) return false;
+  bool minus = t[0] == '0' && n > 1;
+  if (minus && t[1] == '0') return false;  // an exact number
+  t += minus, n -= minus;
+  if (n > 19) return false;
+  uint64_t x = 0;
+  for (size_t i = 0; i < n; i++) x = x * 10 + (uint64_t)(t[i] - '0');
+  if (n == 19 && x > (minus ? 1ull << 63 : (uint64_t)INT64_MAX)) return false;
+  v = (int64_t)(minus ? 0 - x : x);
+  return true;
 }
 
 CellRef fromreal(double x) {

@@ -35,8 +35,15 @@ CellRef digitsrest(const CellRef &t);
 
 // ---- Machine words and reals.
 
+// An integer digit leaf whose value fits a signed word gives that value, read straight from its
+// digits; anything else (a pair, another leaf, an exact number, a larger integer) gives false.
+// Code that only wants a word asks this rather than reading the text: reading the text of a large
+// result writes all its digits (core/numberleaf.h), which this never does.
+bool smallint(const Cell *c, int64_t &v);
+
 uint64_t lowword(const CellRef &t);
 int64_t toword(const CellRef &t);  // no range check: higher bits are lost
+// Words as digit leaves, made already analysed.
 CellRef fromword(int64_t n);
 CellRef fromuword(uint64_t n);
 CellRef fromreal(double x);

@@ -6,6 +6,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/prompt.h"
+#include "edit/signals.h"
 #include "edit/term.h"
 #include "edit/view.h"
 #include "lang/chars.h"
@@ -16,14 +17,16 @@ static void evalpainter() { paintdoc("Eval"); }
 // The line shows from its first byte; C-t scrolls it on.
 static void setprompt(const std::string &text) { promptline = newdoc(text); }
 
-// The run itself: "Running..." is on the screen while the program works.
+// The run itself: "Running..." is on the screen while the program works. A run that the interrupt
+// key or the memory limit halted shows why, and leaves the selection as it was.
 static void evalrun() {
+  runopen();
   setprompt("Running...");
   evalpainter();
   flushout();
   Doc &d = cur();
   std::string program = textof(d);
-  int64_t offset = 0;
+  int64_t offset = 0, marked = mark;
   if (mark != -1) {
     offset = std::min(d.point, mark);
     program = program.substr((size_t)offset, (size_t)(std::max(d.point, mark) - offset));
@@ -31,6 +34,8 @@ static void evalrun() {
   }
   std::string printed;
   Outcome o = runprogram(offset, program, printed);
+  runclose();
+  if (o.status == "Halts") mark = marked;
   setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
   if (o.where != -1) {
     Doc &after = cur();

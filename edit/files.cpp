@@ -13,6 +13,7 @@
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
+#include "edit/rescue.h"
 #include "edit/save.h"
 #include "edit/undo.h"
 #include "edit/view.h"
@@ -65,6 +66,7 @@ void listsave(const std::string &dir) { fill(dir, false); }
 
 void closedoc(const std::string &name) {
   closelog(name);
+  rescueready(name);
   docs.erase(name);
   must(!docs.empty());
   switchdoc(docs.begin()->first);

@@ -7,6 +7,7 @@
 
 #include "edit/display.h"
 #include "edit/editor.h"
+#include "edit/rescue.h"
 #include "edit/term.h"
 #include "edit/view.h"
 
@@ -38,4 +39,5 @@ void keyround() {
     keys += unit;
     if (keydone(keys)) keydispatch();
   }
+  rescueready();
 }

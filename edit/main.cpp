@@ -10,6 +10,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/loop.h"
+#include "edit/signals.h"
 #include "edit/term.h"
 #include "edit/undo.h"
 #include "edit/view.h"
@@ -48,7 +49,8 @@ static void loadargs(const std::vector<std::string> &args) {
 static const char usage[] =
     "Usage: tolm [OPTION]... [FILE]...\n"
     "Edit each FILE in the terminal; the last one named is shown first. Without a FILE,\n"
-    "start in the scratch document, which is never saved. Control-C ends tolm.\n";
+    "start in the scratch document, which is never saved. Control-C ends tolm, and\n"
+    "unsaved documents are kept in $XDG_STATE_HOME/tolm/rescue/.\n";
 
 int main(int argc, char **argv) {
   std::vector<std::string> files = operands(argc, argv, "tolm", usage);
@@ -63,6 +65,7 @@ int main(int argc, char **argv) {
   docs[scratchname] = newdoc("");
   curname = scratchname;
   loadargs(files);
+  signalsinstall();
   consolemode();
   windowsize(width, height);
   needwindow(width, height);

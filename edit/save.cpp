@@ -1,5 +1,5 @@
-// Saving the current document in place with C-w: the file is truncated and rewritten, and the
-// saved text becomes the current one. A file that cannot be written leaves the document changed.
+// Saving the current document in place with C-w. The file keeps its inode, and with it its hard
+// links, owner, mode and attributes; a save that fails part way puts the old contents back.
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -10,7 +10,7 @@
 #include "edit/editor.h"
 #include "edit/save.h"
 
-static bool writeall(int fd, const char *p, size_t n) {
+bool writeall(int fd, const char *p, size_t n) {
   while (n > 0) {
     ssize_t k = write(fd, p, n);
     if (k < 0 && errno == EINTR) continue;
@@ -29,14 +29,49 @@ static bool writecommon(int fd, const Common &c, size_t from, size_t to) {
   return rest >= to || writeall(fd, c.buf.data() + rest + gap, to - rest);
 }
 
-// The current text straight from head, window and tail, without joining them first.
-bool writedoc(const std::string &path, const Doc &d) {
-  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-  if (fd < 0) return false;
+bool writetext(int fd, const Doc &d) {
   const Common &c = d.common;
   size_t all = c.buf.size() - (c.ge - c.gs);
-  bool ok = writecommon(fd, c, 0, c.split) && writeall(fd, d.now.data(), d.now.size()) &&
-            writecommon(fd, c, c.split, all);
+  return writecommon(fd, c, 0, c.split) && writeall(fd, d.now.data(), d.now.size()) &&
+         writecommon(fd, c, c.split, all);
+}
+
+// The whole file from its start, without moving its offset.
+static bool readold(int fd, std::string &old) {
+  char buf[65536];
+  for (;;) {
+    ssize_t n = pread(fd, buf, sizeof buf, (off_t)old.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return false;
+    if (n == 0) return true;
+    old.append(buf, (size_t)n);
+  }
+}
+
+// The old contents back over what a failed save left, as far as the disk lets them.
+static void putback(int fd, const std::string &old) {
+  if (lseek(fd, 0, SEEK_SET) == 0 && writeall(fd, old.data(), old.size()) && ftruncate(fd, (off_t)old.size()) == 0)
+    fsync(fd);
+}
+
+// A file that is there is read before it is overwritten, so that a write cut short by a full
+// disk or a quota can be undone; one that was not there is removed again. The text is on the
+// disk when this says so.
+bool writedoc(const std::string &path, const Doc &d) {
+  bool made = false;
+  int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0 && errno == ENOENT) made = (fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) >= 0;
+  bool blind = fd < 0 && errno == EACCES;  // writable but not readable: nothing to put back
+  if (blind) fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  std::string old;
+  if (!made && !blind && !readold(fd, old)) {
+    close(fd);
+    return false;
+  }
+  bool ok = writetext(fd, d) && ftruncate(fd, (off_t)lenof(d)) == 0 && fsync(fd) == 0;
+  if (!ok && made) unlink(path.c_str());
+  else if (!ok && !blind) putback(fd, old);
   return close(fd) == 0 && ok;
 }
 

@@ -37,15 +37,8 @@ static termios original;
 static bool modeset = false;
 static int winchpipe[2] = {-1, -1};
 
-static void restoreconsole() {
+void consolerestore() {
   if (modeset) tcsetattr(0, TCSANOW, &original);
-}
-
-// Every way out puts the terminal back as it was: the interrupt key, a hang-up, an abort.
-static void ending(int sig) {
-  restoreconsole();
-  signal(sig, SIG_DFL);
-  raise(sig);
 }
 
 static void winch(int) {
@@ -69,8 +62,6 @@ void consolemode() {
   raw.c_cc[VTIME] = 0;
   must(tcsetattr(0, TCSANOW, &raw) == 0);
   modeset = true;
-  atexit(restoreconsole);
-  for (int sig : {SIGINT, SIGTERM, SIGHUP, SIGABRT}) signal(sig, ending);
   must(pipe(winchpipe) == 0);
   fcntl(winchpipe[1], F_SETFL, O_NONBLOCK);
   signal(SIGWINCH, winch);

@@ -11,9 +11,11 @@ extern std::string screenout;
 extern std::string *screencapture;
 void flushout();
 
-// Character mode without echo, with the interrupt key alive; every way out of the process puts
-// the terminal's modes back as they were.
+// Character mode without echo, with the interrupt key alive, and the terminal's modes put back as
+// they were; every way out of the editor puts them back (edit/signals.h). The restoring is safe
+// in a signal handler.
 void consolemode();
+void consolerestore();
 void windowsize(int64_t &w, int64_t &h);
 
 // The length of the key unit at i of s, or 0 when s ends before the unit is whole: one byte, a

@@ -20,11 +20,44 @@ static int leadingbinders(Cell *d) {
   return n;
 }
 
+static void sizename(Cell *c, const char *t);
+
+// One-byte names are analysed once for each state of the definition table: the truth values and
+// failures that built-ins make afresh are such leaves, and the machine asks about each of them.
+static void sizebyte(Cell *c, unsigned char first) {
+  static struct {
+    uint64_t generation = ~0ull, epoch = 0;
+    size_t size = 0;
+    std::array<uint64_t, 256> top{};  // the analysed bits of the header, with bit 0 set once known
+  } seen;
+  Defs &defs = deftable();
+  if (seen.generation != tablesgeneration || seen.epoch != defs.epoch || seen.size != defs.size()) {
+    seen.top.fill(0);
+    seen.generation = tablesgeneration;
+    seen.epoch = defs.epoch;
+    seen.size = defs.size();
+  }
+  constexpr uint64_t analysis = ~(countmask | leafbit);
+  if (!seen.top[first]) {
+    sizename(c, textof(c));
+    seen.top[first] = (c->word & analysis) | 1;
+  }
+  c->word = (c->word & ~analysis) | (seen.top[first] & analysis & ~1ull);
+}
+
 static void sizeleaf(Cell *c) {
   const char *t = textof(c);
   unsigned char first = (unsigned char)t[0];
   if (first == ')' || first == ']') return settop(c, 0xB5);
   if (first == '[') return settop(c, 0xC0);
+  if (first == ' ' || first == '(' || (first >= '0' && first <= '9')) return settop(c, 0xB5);
+  if (first && !t[1]) return sizebyte(c, first);
+  sizename(c, t);
+}
+
+// Names by the definition table; any other leaf is a value of arity 1.
+static void sizename(Cell *c, const char *t) {
+  unsigned char first = (unsigned char)t[0];
   std::string text(t);
   if (!isleafname(text)) return settop(c, 0xB5);
   auto &defs = deftable();
@@ -126,13 +159,13 @@ static CellRef analysedpair(CellRef l, CellRef r) {
   return p;
 }
 
-// Substitution as an explicit walk: each frame rebuilds one cell once its parts are done.
-// Parts that do not mention the variable come back as the very same cells.
-CellRef subst(const CellRef &term, const CellRef &value, char var) {
-  must(var >= 'a' && var <= 'z');
-  uint32_t bit = 1u << (var - 'a');
+// Substitution as an explicit walk: each frame rebuilds one cell once its parts are done, and
+// carries the variables still to be replaced below it. Parts that mention none of them come back
+// as the very same cells. A binder takes its own variable out of the set for what it binds.
+CellRef substall(const CellRef &term, Cell *const *values, uint32_t vars) {
   struct Frame {
     Cell *t;
+    uint32_t vars;
     char shape;
     int done;  // parts finished so far
   };
@@ -142,18 +175,19 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
   frames.clear();
   parts.clear();
   // Either finishes t at once (pushing its result) or opens a frame for it.
-  auto enter = [&](Cell *t) {
-    if (!(freeset(t) & bit) || isdata(t)) return parts.emplace_back(t), void();
-    if (isleafcell(t)) return parts.push_back(value), void();
-    frames.push_back({t, shapeof(t), 0});
+  auto enter = [&](Cell *t, uint32_t set) {
+    uint32_t here = freeset(t) & set;
+    if (!here || isdata(t)) return parts.emplace_back(t), void();
+    if (isleafcell(t)) return parts.emplace_back(values[__builtin_ctz(here)]), void();
+    frames.push_back({t, here, shapeof(t), 0});
   };
-  enter(term.get());
+  enter(term.get(), vars);
   while (!frames.empty()) {
     Frame &f = frames.back();
     Cell *t = f.t;
     if (f.shape == 'u') {
       if (f.done++ == 0) {
-        enter(t->right);
+        enter(t->right, f.vars);
         continue;
       }
       CellRef body = std::move(parts.back());
@@ -162,26 +196,26 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
       parts.push_back(analysedpair(CellRef(t->left), std::move(body)));
     } else if (f.shape == 'i') {
       Cell *binder = t->left->left, *y = binder->right;
-      bool shadowed = leafis(y, std::string(1, var).c_str());
+      uint32_t inner = f.vars & ~(isleafcell(y) ? freeset(y) : 0);
       if (f.done == 0) {
         f.done = 1;
-        enter(t->left->right);
+        enter(t->left->right, f.vars);
         continue;
       }
-      if (f.done == 1 && !shadowed) {
+      if (f.done == 1) {
         f.done = 2;
-        enter(t->right);
+        enter(t->right, inner);
         continue;
       }
-      CellRef c = shadowed ? CellRef(t->right) : std::move(parts.back());
-      if (!shadowed) parts.pop_back();
+      CellRef c = std::move(parts.back());
+      parts.pop_back();
       CellRef b = std::move(parts.back());
       parts.pop_back();
       frames.pop_back();
       parts.push_back(analysedpair(analysedpair(CellRef(binder), std::move(b)), std::move(c)));
     } else {
       if (f.done < 2) {
-        enter(f.done++ == 0 ? t->left : t->right);
+        enter(f.done++ == 0 ? t->left : t->right, f.vars);
         continue;
       }
       CellRef r = std::move(parts.back());
@@ -196,4 +230,11 @@ CellRef subst(const CellRef &term, const CellRef &value, char var) {
   CellRef result = std::move(parts.back());
   parts.clear();
   return result;
+}
+
+CellRef subst(const CellRef &term, const CellRef &value, char var) {
+  must(var >= 'a' && var <= 'z');
+  Cell *values[26];
+  values[var - 'a'] = value.get();
+  return substall(term, values, 1u << (var - 'a'));
 }

@@ -47,3 +47,6 @@ inline uint32_t freeset(const CellRef &t) { return freeset(t.get()); }
 
 void needclosed(const CellRef &term);
 CellRef subst(const CellRef &term, const CellRef &value, char var);
+// Every variable of the set at once, variable c taking values[c - 'a']; the same as one subst
+// for each of them, and the cells made are the same.
+CellRef substall(const CellRef &term, Cell *const *values, uint32_t vars);

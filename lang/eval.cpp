@@ -6,22 +6,20 @@
 #include <string_view>
 
 #include "core/data.h"
+#include "core/halt.h"
 #include "core/number.h"
 #include "core/tables.h"
 #include "lang/analysis.h"
+#include "lang/rules.h"
 
 uint64_t machinesteps = 0;
 
-namespace {
+bool machinereference = [] {
+  const char *chosen = getenv("TOLM_MACHINE");
+  return chosen && std::string_view(chosen) == "reference";
+}();
 
-// The leaves the machine builds with, made anew for each set of tables, since a leaf's analysis
-// reads the definitions of the run it is first asked in.
-struct Leaves {
-  uint64_t generation = ~0ull;
-  CellRef B{"B"}, T{"T"}, I{"I"}, K{"K"}, H{"H"}, V{"V"}, J{"J"}, X{"X"}, Z{"Z"}, lam{"\\"};
-};
-
-Leaves *current = nullptr;
+static Leaves *current = nullptr;
 
 Leaves &leaves() {
   if (!current || current->generation != tablesgeneration) {
@@ -31,17 +29,6 @@ Leaves &leaves() {
   }
   return *current;
 }
-
-// What a name leaf means, looked up once and kept while the leaf is held here: its row in the
-// built-in table and its entry in the definitions. A reset of the tables or an erased definition
-// makes the kept answer stale.
-struct Named {
-  Cell *leaf = nullptr;
-  uint64_t generation = 0, epoch = 0;
-  const builtinrow *row = nullptr;
-  Defs::iterator def;
-  bool defined = false;
-};
 
 Named &named(Cell *leaf) {
   static Named slots[4096];
@@ -63,16 +50,15 @@ Named &named(Cell *leaf) {
   return n;
 }
 
+namespace {
+
 // The continuation that goes on with p once q has been applied to the value: ((B p) q).
 CellRef frame(CellRef k, CellRef q) { return cellpair(cellpair(leaves().B, std::move(k)), std::move(q)); }
 
 CellRef apply(Cell *f, Cell *x) { return cellpair(CellRef(f), CellRef(x)); }
 
 // A frame that holds an argument for the value: ((B K2) (T r)).
-bool argframe(Cell *k) {
-  return !isleafcell(k) && !isleafcell(k->left) && !isleafcell(k->right) &&
-         leafis(k->right->left, "T");
-}
+bool argframe(Cell *k) { return !isleafcell(k) && !isleafcell(k->left) && argpart(k->right); }
 
 }  // namespace
 
@@ -166,14 +152,12 @@ static CellRef blobview(Cell *h) {
 
 // A global name at the head. Its leading variables take the arguments; a constant is evaluated once
 // under the mark of its name and then kept.
-static void globalname(CellRef &k, CellRef &e, Cell *leaf, Cell *const *args, int nargs) {
-  Leaves &L = leaves();
+static Then globalname(CellRef &e, Cell *leaf, Cell *const *args, int nargs) {
   std::string_view name(textof(leaf));
   Named &n = named(leaf);
   if (!n.defined) {
-    k = L.I;
     e = CellRef("]" + std::string(name));
-    return;
+    return Then::drop;
   }
   auto found = n.def;
   Cell *d = found->second.get();
@@ -189,55 +173,76 @@ static void globalname(CellRef &k, CellRef &e, Cell *leaf, Cell *const *args, in
     CellRef body(d);
     for (int i = nvars - 1; i >= 0; i--) body = subst(body, CellRef(args[nargs - 1 - i]), vars[i]);
     e = std::move(body);
-    return;
+    return Then::keep;
   }
   if (isnormal(d) || freshnames().count(name)) {
     e = CellRef(d);
-    return;
+    return Then::keep;
   }
   std::string mark = ")" + std::string(name);
   if (!isleafcell(d) && isleafcell(d->left) && headbyte(d->left) == ')') {
-    k = L.I;
     e = CellRef(mark);
-    return;
+    return Then::drop;
   }
   found->second = cellpair(CellRef(mark), CellRef(d));
   e = found->second;
+  return Then::keep;
 }
 
-void rewrite(CellRef &k, CellRef &e) {
-  Cell *E = e.get();
-  needclosed(e);
-  must(!isdata(E));
-  must(arityof(E) == 0);
-  Cell *args[12];  // args[0] is the last argument
+// Rule 8: the value of a constant goes into its entry, an abstraction behind B I.
+static void update(CellRef &e, std::string_view name, Cell *value) {
+  Leaves &L = leaves();
+  Defs &defs = deftable();
+  auto entry = defs.find(name);
+  must(entry != defs.end());
+  CellRef v(value);
+  must(isnormal(v));
+  must(freshnames().count(name) == 0);
+  if (shapeof(v) == 'u') v = cellpair3(L.B, L.I, std::move(v));
+  entry->second = v;
+  e = std::move(v);
+}
+
+Then callbuiltin(const builtinrow *row, CellRef &e) {
+  CellRef v = row->run(std::move(e));
+  Cell *vl = isleafcell(v.get()) ? nullptr : v->left;
+  e = std::move(v);
+  return vl && isleafcell(vl) && (headbyte(vl) == ')' || headbyte(vl) == ']') ? Then::drop : Then::keep;
+}
+
+int spineof(Cell *e, Cell **args, Cell *&head) {
   int nargs = 0;
-  Cell *h = E;
+  Cell *h = e;
   while (!isleafcell(h) && !isdata(h)) {
     must(nargs < 12);
     args[nargs++] = h->right;
     h = h->left;
   }
+  head = h;
+  return nargs;
+}
+
+Then rewriteterm(CellRef &e, CellRef &pushed) {
+  Cell *E = e.get();
+  needclosed(e);
+  must(!isdata(E));
+  must(arityof(E) == 0);
+  Cell *args[12], *h;  // args[0] is the last argument
+  int nargs = spineof(E, args, h);
   Leaves &L = leaves();
   const char *t = isleafcell(h) ? textof(h) : "";
   unsigned char first = (unsigned char)t[0];
   if (first >= 'a' && first <= 'z') {
-    if (const builtinrow *row = named(h).row) {
-      CellRef v = row->run(std::move(e));
-      Cell *vl = isleafcell(v.get()) ? nullptr : v->left;
-      if (vl && isleafcell(vl) && (headbyte(vl) == ')' || headbyte(vl) == ']')) k = L.I;
-      e = std::move(v);
-      return;
-    }
+    if (const builtinrow *row = named(h).row) return callbuiltin(row, e);
   }
   if (t[0] == '{' && t[1] == 0) {
     Cell *x = args[2], *b = args[1], *c = args[0];
     if (!isnormal(b)) {
-      k = frame(std::move(k), cellpair3(L.lam, CellRef(x), CellRef(c)));
+      pushed = cellpair3(L.lam, CellRef(x), CellRef(c));
       e = CellRef(b);
-    } else {
-      e = subst(CellRef(c), CellRef(b), textof(x)[0]);
+      return Then::push;
     }
+    e = subst(CellRef(c), CellRef(b), textof(x)[0]);
   } else if (t[0] == '\\' && t[1] == 0) {
     e = subst(CellRef(args[1]), CellRef(args[0]), textof(args[2])[0]);
   } else if (first >= '0' && first <= '9') {
@@ -254,26 +259,28 @@ void rewrite(CellRef &k, CellRef &e) {
   } else if (first == ' ') {
     e = cellpair(realtreeview((const unsigned char *)t + 1), CellRef(args[0]));
   } else if (first == ')') {
-    std::string_view name(t + 1);
-    Defs &defs = deftable();
-    auto entry = defs.find(name);
-    must(entry != defs.end());
-    CellRef v(args[0]);
-    must(isnormal(v));
-    must(freshnames().count(name) == 0);
-    if (shapeof(v) == 'u') v = cellpair3(L.B, L.I, std::move(v));
-    entry->second = v;
-    e = std::move(v);
+    update(e, t + 1, args[0]);
   } else {
-    globalname(k, e, h, args, nargs);
+    return globalname(e, h, args, nargs);
   }
+  return Then::keep;
 }
 
+void rewrite(CellRef &k, CellRef &e) {
+  CellRef pushed = leaves().I;
+  Then then = rewriteterm(e, pushed);
+  if (then == Then::drop) k = leaves().I;
+  if (then == Then::push) k = frame(std::move(k), std::move(pushed));
+}
+
+// A run asked to halt ends before its next step with Z, and its state is released on the way
+// out like any other; a load around it meets the same flag and ends too.
 CellRef runmachine(CellRef state) {
   CellRef k = cellleft(state), e = cellright(state);
   celldec(state.release());
   for (;;) {
     if (headbyte(k.get()) == 'I' && isnormal(e)) return e;
+    if (runhalt) return leaves().Z;
 #ifdef TOLM_FUZZ
     if (machinesteps >= stepbudget) budgetspent();
 #endif
@@ -281,4 +288,7 @@ CellRef runmachine(CellRef state) {
   }
 }
 
-CellRef evaluate(CellRef term) { return runmachine(cellpair(leaves().I, std::move(term))); }
+CellRef evaluate(CellRef term) {
+  if (machinereference || !fastready()) return runmachine(cellpair(leaves().I, std::move(term)));
+  return fastrun(std::move(term));
+}

@@ -8,6 +8,11 @@
 // Machine steps since the start; the benchmarks and tests read it.
 extern uint64_t machinesteps;
 
+// Whether evaluate runs the literal machine rather than the fast one; the environment variable
+// TOLM_MACHINE=reference sets it at start-up.
+extern bool machinereference;
+
+// A run ends early, with Z, once runhalt (core/halt.h) is set.
 CellRef evaluate(CellRef term);
 CellRef runmachine(CellRef state);
 // One decision: the next state, after one rewrite where the term is a saturated redex.

@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "core/halt.h"
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "lang/chars.h"
@@ -159,6 +160,12 @@ Outcome textrun() {
   Outcome o = textcheck();
   if (failed(o)) return o;
   CellRef r = evaluate(defs.at(""));
+  if (runhalt) {
+    // A stopped run leaves nothing behind: what its constants held is given back now.
+    Outcome halted = fails("", "Halts", haltmessage(runhalt));
+    tablesreset();
+    return halted;
+  }
   unsigned char h = cellhead(r);
   std::string n = h ? celltext(r).substr(1) : "";
   if (h == ')') return fails(n, "Cycle", "Cycle detected on function [" + n + "].");

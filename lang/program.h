@@ -12,6 +12,8 @@ extern const char prelude[];
 void preludeload();
 Outcome textload(int64_t base, const std::string &text);
 Outcome textcheck();
+// A run that was asked to halt reports "Interrupted" or "Out of memory" with the status Halts and
+// leaves the tables empty.
 Outcome textrun();
 CellRef textresult();
 // A whole evaluation of a text found at offset base of its document: the prelude, the load, the

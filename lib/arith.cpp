@@ -19,6 +19,12 @@ std::string numbertext(const CellRef &t) {
   return s;
 }
 
+size_t numberdigits(const CellRef &t) {
+  if (!isleafcell(t.get())) return numbertext(t).size();
+  size_t n = celllen(t);
+  return exactform(t) ? n - 2 : isplus(t) ? n : n - 1;
+}
+
 CellRef intleafof(const CellRef &t) {
   if (isleafcell(t.get())) return t;
   return CellRef(naturaltext(listbits(t)));
@@ -33,6 +39,14 @@ bool bitchain(const CellRef &t) {
     if (!leafis(c->left->right, "K") && !leafis(c->left->right, "H")) return false;
   }
   return leafis(c, "K") || (headbyte(c) >= '0' && headbyte(c) <= '9');
+}
+
+std::string_view postview(const CellRef &p) {
+  must(cellhead(p) == '(');
+  const char *t = textof(p.get());
+  size_t n = 0, i = 1;
+  for (; t[i] != ')'; i++) n = n * 64 + (size_t)digitvalue(t[i]);
+  return std::string_view(t + i + 1, n);
 }
 
 // Newline, "[" and "]" have no character form in a text and take their groups.
@@ -114,14 +128,72 @@ void widenpair(Two &t) {
 // The printed form of a number or real, for joining it to bytes or text.
 std::string shown(const CellRef &x, char c) { return c == 'e' ? realtext(x) : numbertext(x); }
 
+// ---- Integers that fit a word: both arguments digit leaves read by smallint. Each operator
+// tries this first and takes the general path when an argument does not fit or the answer would
+// leave the word.
+
+bool smalltwo(const CellRef &app, int64_t &a, int64_t &b) {
+  return smallint(argof(app.get(), 2, 0), a) && smallint(argof(app.get(), 2, 1), b);
+}
+
+// The floor quotient and the remainder that goes with it, which takes the divisor's sign.
+bool smalldiv(int64_t a, int64_t b, int64_t &q, int64_t &r) {
+  if (b == 0 || (a == INT64_MIN && b == -1)) return false;
+  q = a / b, r = a % b;
+  if (r != 0 && (r < 0) != (b < 0)) q--, r += b;
+  return true;
+}
+
+// a to the power e by squaring; negative exponents are the general path's.
+bool smallpow(int64_t a, int64_t e, int64_t &r) {
+  if (e < 0) return false;
+  r = 1;
+  for (; e; e >>= 1) {
+    if ((e & 1) && __builtin_mul_overflow(r, a, &r)) return false;
+    if (e > 1 && __builtin_mul_overflow(a, a, &a)) return false;
+  }
+  return true;
+}
+
 // ---- plus
 
+// Two texts joined. A first text that only this application holds, a leaf with room for both,
+// takes the second on its end in place and is itself the answer: nothing else can see it change.
+// A join whose first text is held only here is made with room to spare, so that a text grown by
+// one join after another costs its length once and not at every join.
+CellRef jointexts(bool alone, const CellRef &a, const CellRef &b) {
+  std::string tail = datatext(b);
+  Cell *c = a.get();
+  size_t la = isleafcell(c) ? celllenof(c) : 0, n = la + tail.size();
+  if (alone && la >= 2 && leafroom(c) >= n) {
+    char *t = textof(c);
+    memcpy(t + la - 1, tail.data(), tail.size());
+    t[n - 1] = ']';
+    t[n] = 0;
+    setfield(c, n < fieldmax ? n : 0);
+    return a;
+  }
+  std::string head = datatext(a);
+  n = head.size() + tail.size() + 2;
+  Cell *r = newleafspace(n, '[', alone ? 2 * n : n);
+  char *t = rawtext(r);
+  memcpy(t + 1, head.data(), head.size());
+  memcpy(t + 1 + head.size(), tail.data(), tail.size());
+  t[n - 1] = ']';
+  return CellRef(r);
+}
+
 CellRef tolmplus(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && !__builtin_add_overflow(x, y, &r)) return fromword(r);
+  // Held only here: the application, its left part (a partial application may be shared) and the
+  // first argument each have no other holder.
+  bool alone = countof(app.get()) == 1 && countof(app->left) == 1 && countof(argof(app.get(), 2, 0)) == 1;
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
   if (ca == 'a' && cb == 'a') return mkblob(blobbytes(t.a) + blobbytes(t.b));
-  if (ca == 'u' && cb == 'u') return databox(datatext(t.a) + datatext(t.b));
+  if (ca == 'u' && cb == 'u') return jointexts(alone, t.a, t.b);
   if (ca == 'e' && cb == 'e') return fromreal(realvalue(t.a) + realvalue(t.b));
   if (ca == 'i' && cb == 'i') return intadd(t.a, t.b);
   if (ca == 'o' && cb == 'o') return numbadd(t.a, t.b);
@@ -148,6 +220,8 @@ bool cut(std::string &s, int64_t n) {
 }
 
 CellRef tolmdash(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && !__builtin_sub_overflow(x, y, &r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -184,6 +258,8 @@ std::string repeat(const std::string &s, int64_t n) {
 }
 
 CellRef tolmmult(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && !__builtin_mul_overflow(x, y, &r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -205,6 +281,8 @@ CellRef tolmmult(CellRef app) {
 // ---- over and cent
 
 CellRef tolmover(CellRef app) {
+  int64_t x, y, q, r;
+  if (smalltwo(app, x, y) && smalldiv(x, y, q, r)) return fromword(q);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -216,6 +294,8 @@ CellRef tolmover(CellRef app) {
 }
 
 CellRef tolmcent(CellRef app) {
+  int64_t x, y, q, r;
+  if (smalltwo(app, x, y) && smalldiv(x, y, q, r)) return fromword(r);
   Two t = operands(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -248,6 +328,8 @@ CellRef numbpow(const CellRef &a, const CellRef &b) {
 }
 
 CellRef tolmpowa(CellRef app) {
+  int64_t x, y, r;
+  if (smalltwo(app, x, y) && smallpow(x, y, r)) return fromword(r);
   Two t = twoof(app);
   char ca = t.ca, cb = t.cb;
   if (ca == 'w' || cb == 'w') return leaf("Z");
@@ -268,7 +350,7 @@ bool before(const Two &t) {
   if (t.ca != t.cb) return (signed char)t.ca < (signed char)t.cb;
   switch (t.ca) {
     case 'a':
-      return blobbytes(t.a) < blobbytes(t.b);
+      return postview(t.a) < postview(t.b);
     case 'u':
       return datatext(t.a) < datatext(t.b);
     case 'i':
@@ -280,12 +362,16 @@ bool before(const Two &t) {
 }
 
 CellRef tolmless(CellRef app) {
+  int64_t x, y;
+  if (smalltwo(app, x, y)) return truth(x < y);
   Two t = operands(app);
   if (t.ca == 'w' || t.cb == 'w') return leaf("Z");
   return truth(before(t));
 }
 
 CellRef tolmgteq(CellRef app) {
+  int64_t x, y;
+  if (smalltwo(app, x, y)) return truth(x >= y);
   Two t = operands(app);
   if (t.ca == 'w' || t.cb == 'w') return leaf("Z");
   if (t.ca == 'e' && t.cb == 'e') return truth(realvalue(t.a) >= realvalue(t.b));
@@ -298,13 +384,16 @@ std::string equaltext(const CellRef &x) { return isleafcell(x.get()) ? celltext(
 // 1 when equal, 0 when not, -1 for the failure Z; the very same cell is equal to itself.
 int equal(const CellRef &app) {
   if (argof(app.get(), 2, 0) == argof(app.get(), 2, 1)) return 1;
+  int64_t x, y;
+  if (smalltwo(app, x, y)) return x == y;  // an integer has one spelling
   Two t = twoof(app);
   if (t.ca == 'w' || t.cb == 'w') return -1;
   if (t.ca != t.cb) return 0;
   switch (t.ca) {
     case 'a':
-      return blobbytes(t.a) == blobbytes(t.b);
-    case 'i':
+      return postview(t.a) == postview(t.b);
+    case 'i':  // two leaves have equal text exactly when their values are equal
+      if (isleafcell(t.a.get()) && isleafcell(t.b.get())) return intcompare(t.a, t.b) == 0;
       return equaltext(t.a) == equaltext(t.b);
     case 'o':
       return numbertext(t.a) == numbertext(t.b);
@@ -332,10 +421,12 @@ CellRef tolmcmpr(CellRef app) {
 // ---- buck and wave
 
 CellRef tolmbuck(CellRef app) {
+  int64_t n;
+  if (smallint(argof(app.get(), 1, 0), n)) return truth(n >= 0);
   CellRef x(argof(app.get(), 1, 0));
   switch (numclass(x)) {
     case 'a': {
-      std::string s = blobbytes(x);
+      std::string_view s = postview(x);
       return s.empty() ? leaf("Z") : bytetext((unsigned char)s[0]);
     }
     case 'e':
@@ -351,11 +442,13 @@ CellRef tolmbuck(CellRef app) {
 }
 
 CellRef tolmwave(CellRef app) {
+  int64_t n;
+  if (smallint(argof(app.get(), 1, 0), n) && n != INT64_MIN) return fromword(-n);
   CellRef x(argof(app.get(), 1, 0));
   switch (numclass(x)) {
     case 'a': {
-      std::string s = blobbytes(x);
-      return s.empty() ? leaf("Z") : mkblob(s.substr(1));
+      std::string_view s = postview(x);
+      return s.empty() ? leaf("Z") : mkblob(std::string(s.substr(1)));
     }
     case 'e':
       return fromreal(-realvalue(x));

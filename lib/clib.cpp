@@ -11,8 +11,10 @@
 #include <map>
 #include <string_view>
 #include <strings.h>
+#include <sys/wait.h>
 
 #include "core/base.h"
+#include "core/halt.h"
 #include "core/number.h"
 #include "lib/cbind.h"
 
@@ -204,11 +206,19 @@ const Binding memory[] = {
     {"memchr", "nnn", [](const Cargs &a) { return fromaddress(memchr(a.p(0), a.in(1), (size_t)a.n(2))); }},
 };
 
+// system holds the interrupt key off this process while it waits, so a command that the key ended
+// stops the run in its place.
+int commandrun(const char *command) {
+  int status = system(command);
+  if (status != -1 && WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) runhalt = haltinterrupt;
+  return status;
+}
+
 const Binding process[] = {
     {"abort", "", [](const Cargs &) -> CellRef { abort(); }},
     {"exit", "n", [](const Cargs &a) -> CellRef { exit(a.in(0)); }},
     {"raise", "n", [](const Cargs &a) { return word(raise(a.in(0))); }},
-    {"system", "s", [](const Cargs &a) { return word(system(a.p(0))); }},
+    {"system", "s", [](const Cargs &a) { return word(commandrun(a.p(0))); }},
     {"getenv", "s", [](const Cargs &a) { return fromaddress(getenv(a.p(0))); }},
     {"rand", "", [](const Cargs &) { return word(rand()); }},
     {"srand", "n", [](const Cargs &a) { return srand((unsigned)a.n(0)), done(); }},

@@ -61,16 +61,54 @@ CellRef elementof(std::string_view t, Span s) {
 // The text that an element value takes inside a bracket text, as flattening writes it.
 std::string elementtext(const CellRef &v) { return datatext(cellpair(CellRef("[]"), v)); }
 
+// The elements of a text leaf, kept for the last few leaves looked into, so that a walk over
+// a text by index does not cut the whole text into elements at every step. A text with no
+// bracket between its outer two needs no table: its element k is its byte k + 1. Each kept leaf
+// is held by a count, so that its address names it for as long as it is kept.
+struct Leafelements {
+  Cell *leaf = nullptr;
+  bool plain = false;
+  uint64_t count = 0;       // the outermost elements, as datacount counts them
+  std::vector<Span> spans;  // as elements cuts them; empty when plain
+
+  size_t cut() const { return plain ? count : spans.size(); }
+  Span span(size_t k) const { return plain ? Span{k + 1, 1} : spans[k]; }
+};
+
+const Leafelements &leafelements(Cell *c) {
+  static Leafelements kept[4];
+  static size_t next = 0;
+  for (const Leafelements &e : kept)
+    if (e.leaf == c) return e;
+  Leafelements &e = kept[next++ % 4];
+  cellinc(c);
+  if (e.leaf) celldec(e.leaf);
+  e.leaf = c;
+  std::string_view t(textof(c), celllenof(c));
+  e.plain = t.size() >= 2 && t.substr(1, t.size() - 2).find_first_of("[]") == std::string_view::npos;
+  e.spans.clear();
+  e.count = e.plain ? t.size() - 2 : datacount(CellRef(c));
+  if (!e.plain) e.spans = elements(t);
+  return e;
+}
+
 // Element k from the end (k >= 1) of a text: down the left children of a rope, whose right
 // child is one element, and then backward through the leaf it reaches.
 CellRef elementfromend(const CellRef &x, int64_t k) {
   Cell *c = x.get();
   for (; !isleafcell(c); c = c->left, k--)
     if (k == 1) return CellRef(c->right);
-  std::string_view t(textof(c), celllenof(c));
-  std::vector<Span> spans = elements(t);
-  if ((size_t)k > spans.size()) return CellRef("Z");  // a cut left a group open to the end
-  return elementof(t, spans[spans.size() - (size_t)k]);
+  const Leafelements &e = leafelements(c);
+  if ((size_t)k > e.cut()) return CellRef("Z");  // a cut left a group open to the end
+  return elementof(std::string_view(textof(c), celllenof(c)), e.span(e.cut() - (size_t)k));
+}
+
+// The element count of a text: one for each pair down the left of a rope, and the leaf's own.
+int64_t elementcount(const CellRef &x) {
+  int64_t pairs = 0;
+  Cell *c = x.get();
+  for (; !isleafcell(c); c = c->left) pairs++;
+  return pairs + (int64_t)leafelements(c).count;
 }
 
 // The same walk, with element k from the end replaced by v; the pairs above it are made anew.
@@ -137,6 +175,17 @@ Cell *explicittree(Cell *c) {
 
 uint64_t bitsof(double x) { return std::bit_cast<uint64_t>(x); }
 
+// Bit n of the natural of an integer v that fits a word, 4|v| + 3, or + 1 for a negative v, with a
+// negative n counted from its bit length; false where n stays negative, as for a bit past the top.
+bool wordbit(int64_t v, int64_t &n, bool &bit) {
+  unsigned __int128 natural = (unsigned __int128)(v < 0 ? 0 - (uint64_t)v : (uint64_t)v) * 4 + (v < 0 ? 1 : 3);
+  uint64_t high = (uint64_t)(natural >> 64), low = (uint64_t)natural;
+  int64_t used = high ? 128 - std::countl_zero(high) : 64 - std::countl_zero(low);
+  if (!fromend(n, used)) return false;
+  bit = n < 128 && (natural >> n & 1);
+  return true;
+}
+
 // A byte as the language's signed integer.
 CellRef signedbyte(unsigned char b) { return fromword((int8_t)b); }
 
@@ -184,12 +233,12 @@ CellRef tolmrank(CellRef app) {
   CellRef x = arg(app, 1, 0);
   switch (numclass(x)) {
     case 'a':
-      return fromuword(blobbytes(x).size());
+      return fromuword(postview(x).size());
     case 'e':
       return leaf("8");
     case 'i':
     case 'o':
-      return fromuword(numbertext(x).size());
+      return fromuword(numberdigits(x));
     case 'u':
       return fromuword(datalen(x) - 2);
   }
@@ -202,7 +251,7 @@ CellRef tolmlook(CellRef app) {
   int64_t n = intword(i);
   switch (numclass(x)) {
     case 'a': {
-      std::string b = blobbytes(x);
+      std::string_view b = postview(x);
       if (!fromend(n, (int64_t)b.size()) || n >= (int64_t)b.size()) return leaf("Z");
       return signedbyte((unsigned char)b[(size_t)n]);
     }
@@ -211,12 +260,15 @@ CellRef tolmlook(CellRef app) {
       return truth(n < 64 && (bitsof(realvalue(x)) >> n & 1));
     case 'i':
     case 'o': {
+      int64_t v;
+      bool bit;
+      if (smallint(x.get(), v)) return wordbit(v, n, bit) ? truth(bit) : leaf("Z");
       std::string bits = listbits(x);
       if (!fromend(n, bitsused(bits))) return leaf("Z");
       return truth(getbit(n, bits));
     }
     case 'u': {
-      int64_t count = (int64_t)datacount(x);
+      int64_t count = elementcount(x);
       if (n >= count) return leaf("Z");
       if (n >= 0) n -= count;
       if (n + count < 0) return leaf("Z");
@@ -234,7 +286,7 @@ CellRef tolmlord(CellRef app) {
     case 'e':
       return realtoexact(x);
     case 'a': {
-      std::string b = blobbytes(x);
+      std::string_view b = postview(x);
       return b.size() == 1 ? signedbyte((unsigned char)b[0]) : leaf("Z");
     }
     case 'u': {
@@ -355,9 +407,9 @@ CellRef tolminto(CellRef app) {
   auto fits = [&](int64_t length) { return fromend(off, length) && off + len < length; };
   switch (numclass(x)) {
     case 'a': {
-      std::string b = blobbytes(x);
+      std::string_view b = postview(x);
       if (!fits((int64_t)b.size())) return leaf("Z");
-      return mkblob(b.substr((size_t)off, (size_t)len));
+      return mkblob(std::string(b.substr((size_t)off, (size_t)len)));
     }
     case 'e':
       // The mask is 1 shifted right by len, less one: nothing for len 0, all bits above off else.
@@ -374,10 +426,11 @@ CellRef tolminto(CellRef app) {
     case 'u': {
       CellRef flat = dataflat(x);
       std::string_view t(textof(flat.get()), celllen(flat));
-      std::vector<Span> spans = elements(t);
-      if (!fits((int64_t)spans.size())) return leaf("Z");
+      const Leafelements &e = leafelements(flat.get());
+      if (!fits((int64_t)e.cut())) return leaf("Z");
       std::string out;
-      for (int64_t k = off; k < off + len; k++) out += t.substr(spans[(size_t)k].at, spans[(size_t)k].len);
+      if (e.plain) out = t.substr((size_t)off + 1, (size_t)len);
+      for (int64_t k = off; !e.plain && k < off + len; k++) out += t.substr(e.spans[(size_t)k].at, e.spans[(size_t)k].len);
       return databox(out);
     }
   }
@@ -391,14 +444,14 @@ CellRef corkpost(const CellRef &app, int64_t i, const CellRef &v) {
   bool alone = countof(app.get()) == 1 && countof(x) == 1;
   std::string b;
   if (!isdata(v) || !textbytes(v, b) || b.empty()) return leaf("Z");
-  std::string bytes = blobbytes(CellRef(x));
+  std::string_view bytes = postview(CellRef(x));
   if (!fromend(i, (int64_t)bytes.size()) || i >= (int64_t)bytes.size()) return leaf("Z");
   if (!alone) {
-    bytes[(size_t)i] = b[0];
-    return mkblob(bytes);
+    std::string copy(bytes);
+    copy[(size_t)i] = b[0];
+    return mkblob(copy);
   }
-  char *first = strchr(textof(x), ')') + 1;
-  first[i] = b[0];
+  const_cast<char *>(bytes.data())[i] = b[0];
   return CellRef(x);
 }
 
@@ -443,7 +496,7 @@ CellRef tolmcopy(CellRef app) {
   std::string b;
   switch (numclass(v)) {
     case 'a':
-      b = blobbytes(v);
+      b = postview(v);
       break;
     case 'e':
       b.assign(textof(v.get()) + 1, 8);

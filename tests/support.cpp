@@ -3,13 +3,16 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 #include "core/base.h"
+#include "core/halt.h"
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/term.h"
@@ -77,6 +80,16 @@ static Child collect(const std::function<void()> &fn, const std::string &command
 
 Child runchild(const std::function<void()> &fn) { return collect(fn, ""); }
 Child runcommand(const std::string &command) { return collect(nullptr, command); }
+
+void interruptafter(int ms) {
+  struct sigaction sa = {};
+  sa.sa_handler = [](int) { runhalt = haltinterrupt; };
+  sigaction(SIGALRM, &sa, nullptr);
+  itimerval t = {};
+  t.it_value.tv_sec = ms / 1000;
+  t.it_value.tv_usec = ms % 1000 * 1000;
+  setitimer(ITIMER_REAL, &t, nullptr);
+}
 
 std::string scratchdir() {
   char name[] = "/tmp/tolmtest.XXXXXX";

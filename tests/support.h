@@ -16,6 +16,11 @@ struct Child {
 Child runchild(const std::function<void()> &fn);
 Child runcommand(const std::string &command);
 
+// Sets the flag that halts a run after ms milliseconds, as the editor's interrupt key does: from a
+// handler installed without SA_RESTART, so that a blocking call returns with EINTR. Whoever runs
+// next clears runhalt.
+void interruptafter(int ms);
+
 // A fresh directory under /tmp, removed with everything in it at the end of the test program.
 std::string scratchdir();
 void writefile(const std::string &path, const std::string &bytes);

@@ -8,8 +8,11 @@
 #include <cmath>
 #include <cstring>
 
+#include "core/bignum.h"
 #include "core/nat.h"
+#include "core/numberleaf.h"
 #include "core/tables.h"
+#include "lang/analysis.h"
 #include "tests/core/slowref.h"
 #include "tests/support.h"
 
@@ -193,6 +196,29 @@ TEST_F(Numbers, MachineWords) {
   EXPECT_EQ(lowword(CellRef("018446744073709551621")), 5u);
 }
 
+// The word reader agrees with the general reader wherever a value fits, refuses every text it
+// does not fit, and the word writer's ready-made analysis is the one the analysis would give.
+TEST_F(Numbers, SmallIntegersAgreeWithTheGeneralPath) {
+  std::mt19937_64 g(9);
+  std::vector<int64_t> values = {0, 1, -1, 9, -9, 10, -10, INT64_MAX, INT64_MIN, INT64_MAX - 1, INT64_MIN + 1,
+                                 999999999999999999, -1000000000000000000};
+  for (int i = 0; i < 300; i++) values.push_back((int64_t)g() >> (g() % 64));
+  for (int64_t n : values) {
+    CellRef made = fromword(n), spelled(text(made));
+    int64_t v = 0;
+    EXPECT_TRUE(smallint(spelled.get(), v) && v == n) << n;
+    EXPECT_EQ(text(made), n < 0 ? "0" + std::to_string(n).substr(1) : std::to_string(n));
+    sizeup(spelled);
+    EXPECT_EQ(topbyte(made.get()), topbyte(spelled.get())) << n;
+  }
+  int64_t v = 0;
+  for (const char *t : {"00", "000", "0045", "9223372036854775808", "09223372036854775809",
+                        "18446744073709551616", "10000000000000000000", "123456789012345678901", "K", "[5]"})
+    EXPECT_FALSE(smallint(CellRef(t).get(), v)) << t;
+  EXPECT_FALSE(smallint(cellpair(CellRef("J"), CellRef("K")).get(), v));
+  EXPECT_FALSE(smallint(fromreal(1.0).get(), v));
+}
+
 TEST_F(Numbers, RealsAndAddresses) {
   CellRef x = fromreal(1.5);
   EXPECT_EQ(celllen(x), 9u);
@@ -298,8 +324,10 @@ TEST_F(Numbers, IntegerArithmeticMatchesReference) {
   std::mt19937_64 g(11);
   for (int round = 0; round < 300; round++) {
     Int x{g() % 2 == 0, refrandom(g, 200)}, y{g() % 2 == 0, refrandom(g, round % 2 ? 200 : 30)};
-    // Operands as leaves, and now and then as bit lists of the same natural.
+    // Operands as leaves of digits, as leaves that keep their words, and now and then as bit lists
+    // of the same natural.
     CellRef a(leaftext(x)), b(leaftext(y));
+    if (round % 3 == 2) a = wordsleaf(x.minus, dectobin(decread(x.m))), b = wordsleaf(y.minus, dectobin(decread(y.m)));
     if (round % 7 == 0) a = bitlist(textnatural(leaftext(x)));
     if (round % 7 == 1) b = bitlist(textnatural(leaftext(y)));
     if (!intform(a) || !intform(b)) continue;
@@ -351,4 +379,59 @@ TEST_F(Numbers, IntegerPowers) {
                          {"1", "05", "1"}})
     EXPECT_EQ(text(intpow(CellRef(a), CellRef(n))), r) << a << "^" << n;
   EXPECT_EQ(text(intpow(CellRef("0"), CellRef("01"))), "Z");
+}
+
+// Leaves made from binary words against the same numbers spelled by the reference: their length
+// and first byte before the digits are written, their words, then their text. The numbers sit
+// near powers of ten and near changes of the leading digit as well, where the digits are written
+// at once.
+TEST_F(Numbers, PendingDigitsAreTheReferenceDigits) {
+  std::mt19937_64 g(12);
+  int pending = 0;
+  for (int round = 0; round < 400; round++) {
+    std::string a = refrandom(g, 300);
+    if (round % 4 == 3) {
+      std::string near = refmul(std::to_string(1 + g() % 9), "1" + std::string(g() % 300, '0'));
+      a = g() % 2 ? refadd(near, std::to_string(g() % 3)) : refsub(near, "1");
+    }
+    bool minus = g() % 2 && a != "0";
+    std::string expect = (minus ? "0" : "") + a;
+    SCOPED_TRACE(expect);
+    Limbs m = dectobin(decread(a)), back;
+    CellRef w = wordsleaf(minus, m);
+    bool waiting = digitspending(w.get()), sign;
+    pending += waiting;
+    EXPECT_EQ(celllen(w), expect.size());
+    EXPECT_EQ(cellhead(w), (unsigned char)expect[0]);
+    leafwords(w.get(), sign, back);
+    EXPECT_TRUE(back == m && sign == minus);
+    EXPECT_EQ(digitspending(w.get()), waiting);  // reading the words writes nothing
+    EXPECT_EQ(celltext(w), expect);
+    leafwords(w.get(), sign, back);
+    EXPECT_TRUE(back == m && sign == minus);
+  }
+  EXPECT_GT(pending, 80);
+}
+
+// Everything that looks at a leaf sees pending digits as the digits they will be: the form tests
+// on the bytes as they stand, comparison, interning, words and arithmetic through the text.
+TEST_F(Numbers, ReadersOfPendingDigitsSeeTheDigits) {
+  Limbs m = dectobin(decread(refpow("7", 90)));
+  for (bool minus : {false, true}) {
+    auto fresh = [&] { return wordsleaf(minus, m); };
+    CellRef plain(celltext(fresh()));
+    ASSERT_TRUE(digitspending(fresh().get()));
+    EXPECT_EQ(numclass(fresh()), 'i');
+    EXPECT_TRUE(intform(fresh()) && natform(fresh()) && !exactform(fresh()));
+    EXPECT_EQ(isplus(fresh()), !minus);
+    EXPECT_FALSE(leafis(fresh().get(), "0"));
+    EXPECT_EQ(cellcompare(fresh(), plain), 0);
+    EXPECT_EQ(cellcompare(fresh(), CellRef(celltext(plain) + "0")), -1);
+    EXPECT_EQ(toword(fresh()), toword(plain));
+    EXPECT_EQ(listbits(fresh()), listbits(plain));
+    EXPECT_EQ(text(digitsrest(fresh())), text(digitsrest(plain)));
+    EXPECT_EQ(text(intsub(fresh(), plain)), "0");
+    CellRef kept = cellkeep(fresh());
+    EXPECT_EQ(cellkeep(plain).get(), kept.get());
+  }
 }

@@ -2,6 +2,8 @@
 // error, the selection as the program, and the mode's keys.
 #include <gtest/gtest.h>
 
+#include "core/cell.h"
+#include "core/halt.h"
 #include "tests/edit/edittest.h"
 
 using Evaluation = EditorTest<40, 6>;
@@ -45,4 +47,19 @@ TEST_F(Evaluation, ScrollingTheResult) {
   EXPECT_FALSE(rings("\x14"));
   EXPECT_EQ(promptline.top, 1);
   EXPECT_EQ(keys, "\x1b" "e");
+}
+
+// A run that the memory limit stops says so and changes nothing else: not the text, not the point,
+// not the selection, which a finished run clears.
+TEST_F(Evaluation, AHaltedRunChangesNothingElse) {
+  Doc &d = opendoc("/p", "upto 0,upto\\n\\K(J n (upto(n+1)))");
+  mark = lenof(d);
+  uint64_t limit = memorylimit;
+  memorylimit = memoryheld() + (16 << 20);
+  press("\x1b" "e");
+  memorylimit = limit;
+  EXPECT_EQ(textof(promptline), "Out of memory");
+  EXPECT_EQ(d.point, 0);
+  EXPECT_EQ(mark, lenof(d));
+  EXPECT_EQ(runhalt, 0);  // cleared for whatever runs next
 }

@@ -142,4 +142,5 @@ TEST_F(Pickers, AFailedSaveRingsAndKeepsEverything) {
     printf("%s %d %zu", curname.c_str(), isdirty(cur()), docs.size());
   });
   EXPECT_EQ(c.out, dir + "doc 1 2");
+  EXPECT_FALSE(fileisplain(dir + "big"));  // a file the failed save made goes again
 }

@@ -2,7 +2,11 @@
 // and saving with C-w, including a file that cannot be written.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include "core/file.h"
 #include "tests/edit/edittest.h"
@@ -79,23 +83,36 @@ TEST_F(Typing, TapsInsertsOneByteManyTimes) {
   EXPECT_EQ(textof(d), "ab");
 }
 
-// C-w rewrites the file in place and rings on a clean one; the scratch document takes it
-// silently and stays as it is; a file that cannot be written leaves the document changed.
+// C-w rewrites the file in place, so a hard link still shares it, and rings on a clean one; the
+// scratch document takes it silently and stays as it is; a file that cannot be written, or not
+// all of it, is left as it was and the document stays changed.
 TEST_F(Typing, SavingWithControlW) {
   std::string dir = scratchdir(), path = dir + "f.txt";
   writefile(path, "one\n");
+  link(path.c_str(), (dir + "link").c_str());
   struct stat before, after;
   stat(path.c_str(), &before);
   Doc &d = opendoc(path, fileread(path));
   typetext("new ");
   EXPECT_FALSE(rings("\x17"));
   EXPECT_EQ(fileread(path), "new one\n");
+  EXPECT_EQ(fileread(dir + "link"), "new one\n");
   stat(path.c_str(), &after);
   EXPECT_EQ(before.st_ino, after.st_ino);
+  Child full = runchild([&] {
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit small = {100, 100};  // a disk that fills after 100 bytes
+    setrlimit(RLIMIT_FSIZE, &small);
+    typetext(std::string(300, 'x'));
+    printf("%d %d", rings("\x17"), isdirty(d));
+  });
+  EXPECT_EQ(full.out, "1 1");
+  EXPECT_EQ(fileread(path), "new one\n");
   EXPECT_TRUE(rings("\x17"));
   press("\x1f");  // the log stays: undo makes the document differ from the file again
   EXPECT_TRUE(isdirty(d));
   unlink(path.c_str());
+  unlink((dir + "link").c_str());
   rmdir(dir.c_str());
   EXPECT_TRUE(rings("\x17"));
   EXPECT_TRUE(isdirty(d));

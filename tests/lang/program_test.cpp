@@ -2,6 +2,8 @@
 // position, and results that need no built-ins.
 #include <gtest/gtest.h>
 
+#include "core/cell.h"
+#include "core/halt.h"
 #include "core/tables.h"
 #include "lang/program.h"
 #include "tests/support.h"
@@ -105,4 +107,20 @@ TEST(Programs, DeeplyNestedTextsRunAndPrint) {
   r = run(partial + "1" + std::string(n, ')'));
   want.resize(want.size() - 3);
   EXPECT_EQ(r.printed, want + "K1" + std::string(n - 1, ')'));
+}
+
+// A run stopped by the memory limit says why, gives back what it held, and the next run is as any
+// other. The interrupt takes the same way out (tests/lib/load_test.cpp).
+TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
+  uint64_t held = memoryheld(), limit = memorylimit;
+  memorylimit = held + (16 << 20);
+  Ran grown = run("upto 0,upto\\n\\K(J n (upto(n+1)))");
+  memorylimit = limit;
+  EXPECT_EQ(grown.o.status, "Halts");
+  EXPECT_EQ(grown.printed, "Out of memory");
+  EXPECT_EQ(grown.o.where, -1);
+  EXPECT_TRUE(deftable().empty());
+  EXPECT_LT(memoryheld(), held + (1 << 20));
+  runhalt = 0;
+  EXPECT_EQ(run("K 7 8").printed, "7");
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <random>
+
 #include "core/number.h"
 #include "lang/program.h"
 #include "tests/core/slowref.h"
@@ -24,6 +26,14 @@ TEST_F(Operators, PlusJoinsAsSoonAsBytesTakePart) {
   expectprinted({{"init[ab]+init[cd]", "init[abcd]"}, {"([ab]-[cd])+[e]", "[ab[cd]e]"},
           {"(real[1.5])+init[x]", "init[1.500000e+00x]"}, {"002+init[x]", "init[2x]"}, {"init[x]+(0-12)", "init[x12]"},
           {"init[x]+[y]", "Z"}, {"[y]+init[x]", "Z"}, {"[x]+002", "[x2]"}, {"(0-5)+[a]", "[5a]"}});
+}
+
+// A text that only the join holds grows in place; a text held anywhere else, through a binding or
+// inside a partial application used twice, is never changed by a join.
+TEST_F(Operators, JoinsChangeNoTextThatAnotherHolds) {
+  expectprinted({{"s{[ab]+[cd]}(s+[e])+s", "[abcdeabcd]"}, {"f{plus ([a]+[b])}(f [c])+(f [d])", "[abcabd]"},
+                 {"x{[a]+[b]}raws x (x+[c])", "H"}, {"build 3 [x],build\\n\\s\\(n=0)s(build(n-1)(s+[ab]))", "[xababab]"},
+                 {"strlen (build 300 []),build\\n\\s\\(n=0)s(build(n-1)(s+[ab]))", "602"}});
 }
 
 TEST_F(Operators, PlusOnNumbersWidensToTheExactOrTheReal) {
@@ -104,4 +114,32 @@ TEST_F(Operators, BigIntegersReachTheIntegerRoutines) {
   EXPECT_EQ(ranhere("(0-" + a + ")%" + b), refsub(b, r));
   EXPECT_EQ(ranhere("7^77"), refpow("7", 77));
   EXPECT_EQ(ranhere("(0-3)^101"), "0" + refpow("3", 101));
+  expectprinted({{"(7^40)=(7^40)", "K"}, {"(7^40)=(0-(7^40))", "H"}, {"(7^40)#(7^40+1)", "K"},
+                 {"(7^40)<(7^40+1)", "K"}, {"(0-(7^40))>(0-(7^40))", "K"}, {"(lots (0-(7^40)))=(7^40)", "K"}});
+}
+
+
+// Integers that fit a word take their own path through the operators; the same operands as bit
+// lists never do, so the general path answers for them. Values sit at the word's edges, where
+// sums, products, powers and the one overflowing quotient leave the word.
+TEST_F(Operators, WordIntegersAgreeWithTheGeneralPath) {
+  preludeload();
+  std::mt19937_64 g(11);
+  std::vector<int64_t> values = {0, 1, -1, 2, -2, 3, -7, 10, INT64_MAX, INT64_MIN, INT64_MAX - 1, INT64_MIN + 1,
+                                 1ll << 62, -(1ll << 62), 3037000499, -3037000500, 4294967296, -4294967295};
+  for (int i = 0; i < 14; i++) values.push_back((int64_t)g() >> (g() % 64));
+  for (int64_t x : values)
+    for (int64_t y : values) {
+      CellRef a = fromword(x), b = fromword(y), la = aslist(a);
+      for (const char *op : {"plus", "dash", "mult", "over", "cent", "less", "gteq"})
+        EXPECT_EQ(celltext(applied(op, {a, b})), celltext(applied(op, {la, b}))) << x << " " << op << " " << y;
+      CellRef e = fromword(y % 70);
+      EXPECT_EQ(celltext(applied("powa", {a, e})), celltext(applied("powa", {la, e}))) << x << "^" << y % 70;
+      bool same = celltext(a) == celltext(b);
+      EXPECT_EQ(celltext(applied("same", {a, b})), same ? "K" : "H");
+      EXPECT_EQ(celltext(applied("diff", {a, b})), same ? "H" : "K");
+    }
+  for (int64_t x : values)
+    for (const char *op : {"wave", "buck"})
+      EXPECT_EQ(celltext(applied(op, {fromword(x)})), celltext(applied(op, {aslist(fromword(x))}))) << op << x;
 }

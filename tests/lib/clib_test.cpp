@@ -5,8 +5,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <sys/select.h>
+#include <unistd.h>
 
 #include "core/file.h"
+#include "core/halt.h"
 #include "lib/builtins.h"
 #include "tests/lib/libtest.h"
 
@@ -89,6 +91,20 @@ TEST(CLibrary, Process) {
   std::string runner = std::string(TOLM_BIN).substr(0, std::string(TOLM_BIN).rfind('/')) + "/tolmrun -";
   EXPECT_EQ(runcommand("printf 'exit 3' | " + runner).status, 3);
   EXPECT_EQ(runcommand("printf abort | " + runner).status, 128 + SIGABRT);
+}
+
+// A blocking call returns with EINTR when the interrupt comes, and the run stops at its next step;
+// a command that the interrupt ended stops the run too, since system holds the signal off us.
+TEST(CLibrary, InterruptedCallsStopTheRun) {
+  Child c = runchild([] {
+    int fds[2];
+    if (pipe(fds) != 0 || dup2(fds[0], 0) != 0) _exit(1);  // the writer stays open: the read waits
+    interruptafter(200);
+    fputs(ranhere("x{read 0 (malloc 8) 8}x").c_str(), stdout);
+  });
+  EXPECT_EQ(c.out, "Interrupted");
+  EXPECT_EQ(ranhere("x{system (init [kill -INT $$])}K"), "Interrupted");
+  runhalt = 0;
 }
 
 TEST(CLibrary, WriteAFileAndReadItBack) {

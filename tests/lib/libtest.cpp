@@ -9,7 +9,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "core/number.h"
 #include "lang/program.h"
+#include "lib/builtins.h"
 
 std::string ranhere(const std::string &text) {
   std::string printed;
@@ -50,3 +52,11 @@ int freeport() {
   close(s);
   return ntohs(a.sin_port);
 }
+
+CellRef applied(const char *name, std::initializer_list<CellRef> args) {
+  CellRef app(name);
+  for (const CellRef &a : args) app = cellpair(app, a);
+  return builtins()[name].run(app);
+}
+
+CellRef aslist(const CellRef &leaf) { return bitlist(textnatural(celltext(leaf))); }

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "core/cell.h"
 #include "tests/support.h"
 
 // The printed result of the text as a whole program, or the message of its failure.
@@ -19,3 +20,8 @@ Child ranlimited(const std::string &text, unsigned seconds = 20);
 std::string filled(std::string text, const std::string &key, const std::string &value);
 // A port on 127.0.0.1 that the kernel picked as free a moment ago.
 int freeport();
+// The built-in's function applied to the arguments, as the machine calls it; the tables must
+// hold the prelude.
+CellRef applied(const char *name, std::initializer_list<CellRef> args);
+// An integer leaf as the chain of its bits, which the word paths of the built-ins never take.
+CellRef aslist(const CellRef &leaf);

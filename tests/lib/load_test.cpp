@@ -2,6 +2,8 @@
 // as it was, the same name in two loads, and a failed nested run that stops the outer one.
 #include <gtest/gtest.h>
 
+#include "core/file.h"
+#include "core/halt.h"
 #include "core/tables.h"
 #include "lib/builtins.h"
 #include "tests/lib/libtest.h"
@@ -51,4 +53,15 @@ TEST(Load, AFailedRunStopsTheProgram) {
   EXPECT_EQ(ran("load [ww,ww\\x\\x] 5"),
             "Table error while dereferencing the [ww] variable. This only occurs when you define a function in a load "
             "and use it again outside the load.");
+}
+
+// The run around an interrupted load ends before its next step, and the load's definitions leave
+// the table on the way out.
+TEST(Load, AnInterruptStopsTheLoadAndTheRunAroundIt) {
+  std::string dir = scratchdir();
+  interruptafter(200);
+  EXPECT_EQ(ranhere("r{load [lp 1,lp\\n\\lp n]}x{system (init [touch " + dir + "after])}r"), "Interrupted");
+  runhalt = 0;
+  EXPECT_TRUE(loadednames().empty());
+  EXPECT_FALSE(fileisplain(dir + "after"));
 }

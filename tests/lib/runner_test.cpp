@@ -2,6 +2,8 @@
 // standard error, and its exit statuses.
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "tests/support.h"
 
 static Child tolmrun(const std::string &program) {
@@ -40,3 +42,21 @@ TEST(Runner, StandardInputAndUnreadableFiles) {
   EXPECT_NE(missing.err.find("/nonexistent/program"), std::string::npos);
 }
 
+
+// The interrupt ends the runner as it ends any program, with nothing printed, also when it reached
+// a command the program ran; a run past TOLM_MEMORY stops with the message and status 1.
+TEST(Runner, InterruptAndMemoryLimit) {
+  std::string dir = scratchdir();
+  writefile(dir + "loop", "loop 1,loop\\n\\loop n");
+  Child stopped = runcommand("timeout --preserve-status -s INT 0.3 " + std::string(TOLMRUN_BIN) + " " + dir + "loop");
+  EXPECT_EQ(stopped.status, 128 + SIGINT);
+  EXPECT_EQ(stopped.out, "");
+  Child command = tolmrun("x{system (init [kill -INT $$])}K");
+  EXPECT_EQ(command.status, 128 + SIGINT);
+  EXPECT_EQ(command.out, "");
+  writefile(dir + "grow", "upto 0,upto\\n\\K(J n (upto(n+1)))");
+  Child grown = runcommand("TOLM_MEMORY=16M " + std::string(TOLMRUN_BIN) + " " + dir + "grow");
+  EXPECT_EQ(grown.status, 1);
+  EXPECT_EQ(grown.out, "Out of memory\n");
+  EXPECT_EQ(grown.err, "");
+}

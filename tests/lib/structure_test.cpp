@@ -4,9 +4,13 @@
 
 #include <csignal>
 #include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "core/cell.h"
+#include "core/data.h"
+#include "core/number.h"
 #include "lang/program.h"
 #include "lib/builtins.h"
 #include "tests/lib/libtest.h"
@@ -34,6 +38,49 @@ TEST(Structure, RankAndLook) {
           {"look 0 (init[])", "Z"}, {"look 64 (real 1)", "H"}, {"look 65 (real 1)", "Z"}, {"look 3 5", "H"},
           {"look (0-6) 5", "Z"}, {"look 1 [a[bc]d]", "[bc]"}, {"rows([]-(look 1 ([ab]-[cd])))", "[b]"},
           {"look 0 ([[[bc]]]-(0-3))", "Z"}});  // a cut that leaves a group open to the end
+}
+
+// Bits of integers that fit a word come from the word; the same integers as chains of bits take
+// the general path. Ranks of large results come from their lengths, digits written or not.
+TEST(Structure, LookAndRankOfIntegersAgreeWithTheGeneralPath) {
+  preludeload();
+  for (int64_t v : std::initializer_list<int64_t>{0, 1, -1, 5, -6, 12345, 1ll << 62, -(1ll << 62), INT64_MAX, INT64_MIN}) {
+    CellRef x = fromword(v), chain = aslist(x);
+    for (int64_t n = -70; n <= 70; n++)
+      EXPECT_EQ(celltext(applied("look", {fromword(n), x})), celltext(applied("look", {fromword(n), chain})))
+          << n << " " << v;
+  }
+  expectprinted({{"rank (3^200)", "96"}, {"rank ((0-3)^201)", "96"}, {"rank (3^200-(3^200))", "1"},
+                 {"(rank (7^300)) + (rank (lisp (7^300)))", "508"}});
+}
+
+// Texts made of known elements, characters and groups, each looked into at every index, from
+// the start and from the end, in an order that takes turns over more texts than are kept cut
+// into elements.
+TEST(Structure, LookWalksTextsByIndex) {
+  preludeload();
+  std::mt19937_64 g(13);
+  std::vector<CellRef> texts;
+  std::vector<std::vector<CellRef>> parts;
+  for (int t = 0; t < 6; t++) {
+    std::string text = "[";
+    parts.emplace_back();
+    for (size_t n = 1 + g() % 30; n-- > 0;) {
+      std::string group = "[" + std::string(1 + g() % 3, (char)('a' + g() % 20)) + "]";
+      bool single = t % 2 == 0 || g() % 3;
+      char c = (char)('a' + g() % 20);
+      text += single ? std::string(1, c) : group;
+      parts.back().push_back(single ? chartree((unsigned char)c) : CellRef(group));
+    }
+    texts.emplace_back(text + "]");
+  }
+  for (int64_t i = -32; i < 32; i++)
+    for (size_t t = 0; t < texts.size(); t++) {
+      int64_t n = (int64_t)parts[t].size(), k = i < 0 ? i + n : i;
+      CellRef got = applied("look", {fromword(i), texts[t]});
+      if (k < 0 || k >= n) EXPECT_EQ(celltext(got), "Z") << i;
+      else EXPECT_EQ(cellcompare(got, parts[t][(size_t)k]), 0) << celltext(texts[t]) << " " << i;
+    }
 }
 
 TEST(Structure, LordAndLotsGoBetweenLeavesAndChains) {

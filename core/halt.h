@@ -1,0 +1,27 @@
+// Halting a run from outside its program: the interrupt key and the memory limit both ask the
+// machine to stop, and the machine looks at one flag between its steps.
+#pragma once
+#include <csignal>
+#include <cstdint>
+
+// Why the run in progress must stop; 0 while it may go on. A signal handler or the allocator sets
+// it, the machine reads it before each step and returns at once, and whoever started the run
+// clears it before the next one.
+constexpr int haltinterrupt = 1;
+constexpr int haltmemory = 2;
+extern volatile std::sig_atomic_t runhalt;
+
+// The bytes that terms may hold before a run is stopped: TOLM_MEMORY when it is a size (bytes,
+// or a number with K, M or G behind it), else half of the physical memory.
+extern uint64_t memorylimit;
+// The size a text of TOLM_MEMORY gives, or 0 when it is none.
+uint64_t memoryparse(const char *text);
+void memorysetup();
+
+// The allocator's check, made whenever what terms hold has grown by a slab or by a long text.
+inline void memorycheck(uint64_t held) {
+  if (held > memorylimit) runhalt = haltmemory;
+}
+
+// The title row's text for a run that was stopped.
+const char *haltmessage(int why);

@@ -1,0 +1,131 @@
+// The editor in a terminal when things go wrong: an endless program broken off with Control-C, a
+// run past its memory limit, and every way out with a document unsaved, which leaves a copy of it.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "core/file.h"
+#include "tests/support.h"
+#include "tests/tmux.h"
+
+namespace {
+// The editor on args in dir, under a shell that takes no interrupt itself and writes the editor's
+// exit status to the file status; its standard error and rescue folder are under dir too.
+struct Session {
+  std::string dir;
+  Tmux t;
+  Session(const std::string &d, const std::string &args, const std::string &env = "")
+      : dir(d), t(60, 10, "bash --norc --noprofile") {
+    t.type("cd " + dir + " && bash -c 'trap \"\" INT; echo $$ > shell; " + env + " XDG_STATE_HOME=" + dir + "state " +
+           TOLM_BIN + " " + args + " 2>err; echo $? > status'");
+    t.key("Enter");
+  }
+  // The status once the editor has ended, or "" after ten seconds.
+  std::string status() {
+    return runcommand("cd " + dir + " && for i in $(seq 200); do [ -s status ] && break; sleep 0.05; done; tr -d '\\n' < status").out;
+  }
+  // Types text and waits until the screen shows it taken: a signal sent before that could come
+  // first, since the terminal raises it as soon as the key is pressed.
+  void type(const std::string &text) {
+    std::string before = t.screen();
+    t.type(text);
+    for (int i = 0; i < 100 && !text.empty() && t.screen() == before; i++)
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  // Escape, then the letter: an M- key.
+  void escape(const char *letter) {
+    t.key("Escape");
+    t.type(letter);
+  }
+  std::string folder() { return dir + "state/tolm/rescue/"; }
+  std::string kept() { return "tolm: 1 unsaved documents kept in " + folder() + "\n"; }
+  void signal(const std::string &name) {
+    runcommand("cd " + dir + " && kill -" + name + " $(cat /proc/$(cat shell)/task/$(cat shell)/children)");
+  }
+  // The rescue folder's copies, one after the other.
+  std::string copy() { return runcommand("cat " + folder() + "*").out; }
+};
+}  // namespace
+
+// The run stops and nothing else changes; a program nested by load stops as well; the next run
+// works; outside a run the key ends the editor, which keeps the document typed into.
+TEST(Interrupt, BreaksOffARunAndTheEditorGoesOn) {
+  std::string dir = scratchdir();
+  writefile(dir + "prog", "lp 1,lp\\n\\lp n");
+  Session s(dir, "prog");
+  ASSERT_TRUE(s.t.waitfor("File " + dir + "prog")) << s.t.screen();
+  auto breakoff = [&] {
+    s.escape("e");
+    if (!s.t.waitfor("Eval Running...")) return false;
+    s.t.key("C-c");
+    return s.t.waitfor("Eval Interrupted");
+  };
+  ASSERT_TRUE(breakoff()) << s.t.screen();
+  EXPECT_NE(s.t.screen().find("lp_1,lp\\n\\lp_n"), std::string::npos) << s.t.screen();
+  s.escape("n");
+  s.t.type("load [lp 1,lp\\n\\lp n]");
+  ASSERT_TRUE(breakoff()) << s.t.screen();
+  s.t.key("Home");
+  s.t.type("K 7 8,");
+  s.escape("e");
+  ASSERT_TRUE(s.t.waitfor("Eval 7")) << s.t.screen();
+  s.t.key("C-c");
+  EXPECT_EQ(s.status(), "130");
+  EXPECT_EQ(fileread(dir + "err"), s.kept());
+  EXPECT_EQ(s.copy(), "K 7 8,load [lp 1,lp\\n\\lp n]");
+  EXPECT_EQ(fileread(dir + "prog"), "lp 1,lp\\n\\lp n");
+}
+
+TEST(Interrupt, ARunPastTheMemoryLimitStopsAndTheEditorGoesOn) {
+  std::string dir = scratchdir();
+  writefile(dir + "grow", "upto 0,upto\\n\\K(J n (upto(n+1)))");
+  Session s(dir, "grow", "TOLM_MEMORY=16M");
+  ASSERT_TRUE(s.t.waitfor("File " + dir + "grow")) << s.t.screen();
+  s.escape("e");
+  ASSERT_TRUE(s.t.waitfor("Eval Out_of_memory", 20000)) << s.t.screen();
+  s.escape("n");
+  s.t.type("K 7 8");
+  s.escape("e");
+  ASSERT_TRUE(s.t.waitfor("Eval 7")) << s.t.screen();
+}
+
+// Each way out with a document changed: the stop's own output first, then the copy, byte for byte,
+// and one line that says where it went. An editor with nothing unsaved leaves nothing.
+TEST(WaysOut, EachKeepsTheUnsavedDocument) {
+  std::string all;
+  for (int i = 0; i < 256; i++) all += (char)i;
+  struct Way {
+    const char *name;
+    std::string text, typed, status, before;
+  };
+  const Way ways[] = {
+      {"C-c", all, "x", "130", ""},
+      {"TERM", all, "x", "143", ""},
+      {"HUP", all, "x", "129", ""},
+      {"window", all, "x", "1", ""},
+      {"assert", "assert H", " ", "134", "ASSERTION FAILED:l:242\n"},
+      {"clean", all, "", "130", ""},
+  };
+  for (const Way &w : ways) {
+    std::string dir = scratchdir(), way = w.name;
+    writefile(dir + "doc", w.text);
+    Session s(dir, "doc");
+    ASSERT_TRUE(s.t.waitfor("File " + dir + "doc")) << way << s.t.screen();
+    s.type(w.typed);
+    if (way == "C-c" || way == "clean") s.t.key("C-c");
+    if (way == "TERM" || way == "HUP") s.signal(w.name);
+    if (way == "window") s.t.resize(6, 6);
+    if (way == "assert") s.escape("e");
+    if (way == "window") s.t.resize(60, 10);
+    ASSERT_EQ(s.status(), w.status) << way << s.t.screen();
+    if (way == "clean") {
+      EXPECT_EQ(fileread(dir + "err"), "");
+      EXPECT_FALSE(fileisdir(dir + "state")) << way;
+    } else {
+      EXPECT_EQ(fileread(dir + "err"), w.before + s.kept()) << way;
+      EXPECT_EQ(s.copy(), w.typed + w.text) << way;
+    }
+    EXPECT_EQ(fileread(dir + "doc"), w.text) << way;
+  }
+}
