@@ -19,16 +19,6 @@ static unsigned char cat(const Common &c, size_t i) {
   return (unsigned char)c.buf[i < c.gs ? i : i + (c.ge - c.gs)];
 }
 
-// Copies n common bytes from pos on to out: at most two runs, one each side of the gap.
-static void ccopy(const Common &c, size_t pos, size_t n, char *out) {
-  size_t end = pos + n;
-  if (pos < c.gs) out = std::copy_n(c.buf.data() + pos, std::min(end, c.gs) - pos, out);
-  if (end > c.gs) {
-    size_t from = std::max(pos, c.gs);
-    std::copy_n(c.buf.data() + from + (c.ge - c.gs), end - from, out);
-  }
-}
-
 // Appends n common bytes from pos on to out, a run each side of the gap.
 static void cappend(const Common &c, size_t pos, size_t n, std::string &out) {
   size_t end = pos + n;
@@ -106,18 +96,53 @@ unsigned char charat(const Doc &d, int64_t i) {
   return 10;
 }
 
-// Head, window and tail each give one run at most; whatever lies outside the text is newlines.
-void copytext(const Doc &d, int64_t from, int64_t n, char *out) {
-  int64_t h = headlen(d), w = (int64_t)d.now.size(), len = lenof(d), to = from + n;
-  auto run = [&](int64_t lo, int64_t hi, auto copy) {
-    lo = std::max(lo, from), hi = std::min(hi, to);
-    if (lo < hi) copy(lo, hi - lo, out + (lo - from));
+// Head and tail are each one run, or two where the gap cuts them; the window is one.
+Runs runsof(const Doc &d, int64_t from, int64_t to) {
+  const Common &c = d.common;
+  int64_t h = headlen(d), w = (int64_t)d.now.size(), gs = (int64_t)c.gs, skip = (int64_t)(c.ge - c.gs);
+  from = std::max<int64_t>(from, 0), to = std::min(to, lenof(d));
+  Runs r;
+  auto add = [&](int64_t lo, int64_t hi, const char *base) {  // base stands for offset lo
+    if (lo < from) base += from - lo, lo = from;
+    hi = std::min(hi, to);
+    if (lo < hi) r.run[r.count++] = Run{lo, base, hi - lo};
   };
-  run(INT64_MIN, 0, [](int64_t, int64_t k, char *o) { std::fill_n(o, k, '\n'); });
-  run(0, h, [&](int64_t i, int64_t k, char *o) { ccopy(d.common, (size_t)i, (size_t)k, o); });
-  run(h, h + w, [&](int64_t i, int64_t k, char *o) { std::copy_n(d.now.data() + (i - h), k, o); });
-  run(h + w, len, [&](int64_t i, int64_t k, char *o) { ccopy(d.common, (size_t)(i - w), (size_t)k, o); });
-  run(len, INT64_MAX, [](int64_t, int64_t k, char *o) { std::fill_n(o, k, '\n'); });
+  // Common byte i is at buf[i] before the gap and at buf[i + skip] behind it; in the text, tail
+  // byte i stands at offset i + w.
+  auto common = [&](int64_t lo, int64_t hi, int64_t shift) {
+    int64_t cut = std::clamp(gs, lo, hi);
+    add(lo + shift, cut + shift, c.buf.data() + lo);
+    add(cut + shift, hi + shift, c.buf.data() + cut + skip);
+  };
+  common(0, h, 0);
+  add(h, h + w, d.now.data());
+  common(h, (int64_t)csize(c), w);
+  return r;
+}
+
+int64_t findbyte(const Doc &d, int64_t from, int64_t to, unsigned char b) {
+  Runs r = runsof(d, from, to);
+  for (int i = 0; i < r.count; i++)
+    if (const void *f = memchr(r.run[i].p, b, (size_t)r.run[i].n))
+      return r.run[i].at + ((const char *)f - r.run[i].p);
+  return std::max(from, to);
+}
+
+int64_t findbyteback(const Doc &d, int64_t from, int64_t to, unsigned char b) {
+  Runs r = runsof(d, from, to);
+  for (int i = r.count - 1; i >= 0; i--)
+    if (const void *f = memrchr(r.run[i].p, b, (size_t)r.run[i].n))
+      return r.run[i].at + ((const char *)f - r.run[i].p);
+  return from - 1;
+}
+
+// Whatever lies outside the text is newlines, as charat gives it.
+void copytext(const Doc &d, int64_t from, int64_t n, char *out) {
+  int64_t lo = std::clamp<int64_t>(0, from, from + n), hi = std::clamp(lenof(d), lo, from + n);
+  std::fill(out, out + (lo - from), '\n');
+  std::fill(out + (hi - from), out + n, '\n');
+  Runs r = runsof(d, from, from + n);
+  for (int i = 0; i < r.count; i++) std::copy_n(r.run[i].p, r.run[i].n, out + (r.run[i].at - from));
 }
 
 std::string textrange(const Doc &d, int64_t from, int64_t to) {
@@ -147,8 +172,7 @@ std::string restofline(const Doc &d) {
   int64_t len = lenof(d), j = d.point;
   if (j >= len) return "";
   if (charat(d, j) == 10) return "\n";
-  while (j < len && charat(d, j) != 10) j++;
-  return textrange(d, d.point, j);
+  return textrange(d, d.point, findbyte(d, j, len, 10));
 }
 
 // Editing.
@@ -209,9 +233,12 @@ static void takehead(Doc &d) {
   d.now.insert(0, s);
 }
 
-// Moves the first n tail bytes onto the end of both sides of the window.
+// Moves the first n tail bytes onto the end of both sides of the window. A window that grows
+// by much gets room for half as much again, so that the keys typed next at its end do not copy it.
 static void taketail(Doc &d, size_t n) {
   Common &c = d.common;
+  for (std::string *w : {&d.was, &d.now})
+    if (w->size() + n > w->capacity()) w->reserve(w->size() + n + (w->size() + n) / 2);
   cappend(c, c.split, n, d.was);
   cappend(c, c.split, n, d.now);
   cerase(c, c.split, n);

@@ -8,23 +8,19 @@
 
 int64_t width = 80, height = 24;
 
-int64_t colof(const Doc &d) {
-  int64_t j = d.point - 1;
-  while (j >= 0 && charat(d, j) != 10) j--;
-  return (d.point - j - 1) % width;
+// Past the end of the text every place reads as a newline, so a line starts there.
+int64_t bolof(const Doc &d, int64_t at) {
+  if (at > lenof(d)) return at;
+  return findbyteback(d, 0, at, 10) + 1;
 }
 
 void gobol(Doc &d) {
-  int64_t j = d.point - 1;
-  while (charat(d, j) != 10) j--;
-  d.point = j + 1;
+  d.point = bolof(d, d.point);
   keepvisible(d, false);
 }
 
 void goeol(Doc &d) {
-  int64_t j = d.point, len = lenof(d);
-  while (j < len && charat(d, j) != 10) j++;
-  d.point = j;
+  d.point = findbyte(d, d.point, lenof(d), 10);
   keepvisible(d, false);
 }
 
