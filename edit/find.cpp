@@ -3,6 +3,7 @@
 #include "edit/find.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/base.h"
 #include "edit/commands.h"
@@ -27,23 +28,107 @@ uint64_t matchstep(const std::string &s, uint64_t state, unsigned char c) {
   return mask & (2 * state + 1);
 }
 
-// A hit at q is a match of s that ends just before q; none ends before offset 0, not even an
-// empty s, so q = 0 is never a hit.
-void seek(Doc &d, const std::string &s, bool forward) {
-  int64_t n = lenof(d), m = (int64_t)s.size();
-  if (n < 2) return;
-  for (int64_t k = 1; k < n; k++) {
-    int64_t q = forward ? (d.point + k + n) % n : (d.point - k + n) % n;
-    if (q < m || q == 0) continue;
-    bool hit = true;
-    for (int64_t i = 0; i < m && hit; i++)
-      hit = charlike((unsigned char)s[(size_t)i], charat(d, q - m + i));
-    if (hit) {
-      d.point = q;
-      keepvisible(d, false);
-      return;
+// The matcher of seek: bit i of mask[c] says that pattern byte i takes text byte c. Candidates
+// are found by the pattern byte that takes the fewest text bytes, at place r of the pattern: a
+// block compare against up to eight bytes (a letter takes five), or a table of them, then the
+// whole pattern is tried.
+struct Seeker {
+  uint64_t mask[256];
+  int64_t m, r;
+  int k;                 // the number of bytes of place r when they are eight or fewer, else 0
+  unsigned char one[8];  // those bytes, the first repeated where there are fewer
+};
+
+static Seeker seekerof(const std::string &s) {
+  Seeker z{};
+  z.m = (int64_t)s.size();
+  for (int c = 0; c < 256; c++)
+    for (size_t i = 0; i < s.size(); i++)
+      if (charlike((unsigned char)s[i], (unsigned char)c)) z.mask[c] |= 1ull << i;
+  int best = 257;
+  for (int64_t i = 0; i < z.m; i++) {
+    int n = 0;
+    for (int c = 0; c < 256; c++) n += (int)(z.mask[c] >> i & 1);
+    if (n < best) best = n, z.r = i;
+  }
+  for (int c = 0; c < 256 && best <= 8; c++)
+    if (z.mask[c] >> z.r & 1) z.one[z.k++] = (unsigned char)c;
+  for (int i = z.k; i < 8; i++) z.one[i] = z.one[0];
+  return z;
+}
+
+static bool takes(const Seeker &z, unsigned char c) { return z.mask[c] >> z.r & 1; }
+
+// Whether the 16 bytes at p hold one of the bytes of place r: eight compares of a whole block,
+// which the compiler turns into the processor's vector instructions.
+static bool blockhas(const Seeker &z, const char *p) {
+  typedef unsigned char v16 __attribute__((vector_size(16)));
+  v16 v;
+  memcpy(&v, p, 16);
+  auto hit = (v == z.one[0]) | (v == z.one[1]) | (v == z.one[2]) | (v == z.one[3]) | (v == z.one[4]) |
+             (v == z.one[5]) | (v == z.one[6]) | (v == z.one[7]);
+  uint64_t w[2];
+  memcpy(w, &hit, 16);
+  return (w[0] | w[1]) != 0;
+}
+
+// The first of the n bytes at p that place r takes, or n.
+static int64_t firsttaken(const Seeker &z, const char *p, int64_t n) {
+  int64_t i = 0;
+  if (z.k > 0)
+    while (i + 16 <= n && !blockhas(z, p + i)) i += 16;
+  while (i < n && !takes(z, (unsigned char)p[i])) i++;
+  return i;
+}
+
+// The last of the n bytes at p that place r takes, or -1.
+static int64_t lasttaken(const Seeker &z, const char *p, int64_t n) {
+  if (z.k > 0)
+    while (n >= 16 && !blockhas(z, p + n - 16)) n -= 16;
+  while (n > 0 && !takes(z, (unsigned char)p[n - 1])) n--;
+  return n - 1;
+}
+
+// Whether a match ends just before q.
+static bool endsat(const Doc &d, const Seeker &z, int64_t q) {
+  for (int64_t i = 0; i < z.m; i++)
+    if (!(z.mask[charat(d, q - z.m + i)] >> i & 1)) return false;
+  return true;
+}
+
+// The first hit q in lo..hi, or the last when not forward; -1 when there is none. A match that
+// ends at q has the byte of place r at q - m + r.
+static int64_t hitin(const Doc &d, const Seeker &z, int64_t lo, int64_t hi, bool forward) {
+  lo = std::max<int64_t>(lo, std::max<int64_t>(z.m, 1));
+  if (lo > hi) return -1;
+  if (z.m == 0) return forward ? lo : hi;
+  int64_t shift = z.m - z.r;
+  Runs rs = runsof(d, lo - shift, hi - shift + 1);
+  for (int j = 0; j < rs.count; j++) {
+    const Run &run = rs.run[forward ? j : rs.count - 1 - j];
+    for (int64_t from = 0, to = run.n; from < to;) {
+      int64_t i = forward ? from + firsttaken(z, run.p + from, to - from) : lasttaken(z, run.p, to);
+      if (i < from || i >= to) break;
+      if (endsat(d, z, run.at + i + shift)) return run.at + i + shift;
+      if (forward) from = i + 1;
+      else to = i;
     }
   }
+  return -1;
+}
+
+// A hit at q is a match of s that ends just before q; none ends before offset 0, not even an
+// empty s, so q = 0 is never a hit. Every offset of the text but the point's own is tried, from
+// the point on around the text: forward the rest of the text, then its start up to the point.
+void seek(Doc &d, const std::string &s, bool forward) {
+  int64_t n = lenof(d), p = d.point % std::max<int64_t>(n, 1);
+  if (n < 2) return;
+  Seeker z = seekerof(s);
+  int64_t q = forward ? hitin(d, z, p + 1, n - 1, true) : hitin(d, z, 0, p - 1, false);
+  if (q == -1) q = forward ? hitin(d, z, 0, p - 1, true) : hitin(d, z, p + 1, n - 1, false);
+  if (q == -1) return;
+  d.point = q;
+  keepvisible(d, false);
 }
 
 // Find.
