@@ -1,12 +1,15 @@
 // Times keys through the dispatcher and the painter in a 200 by 50 window on a 1 MB and a 100 MB
 // document: typing in the middle, the key mix of bench_keys there and far from another edit,
 // moving by rows and pages, undoing, and loading and saving. Counts the bytes the mix writes.
+// Then the keys at both ends of two extreme documents, 100 MB on one line and a million short
+// lines, with the slowest of them.
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -119,7 +122,79 @@ static void run(size_t size) {
   unlink(path.c_str());
 }
 
-int main() {
+// One key of a walk over an extreme document: what the user does and the keys for it.
+struct Step {
+  const char *what, *keys;
+};
+
+// Opens text, walks it with every step at its start and at its end, searches for the needle
+// that stands near the end, saves, and prints each step's time and the slowest key.
+static void extreme(const char *name, const std::string &text, const std::string &needle) {
+  std::string path = "/tmp/tolmbench." + std::to_string(getpid());
+  filewrite(path, text);
+  printf("%s, %zu bytes:\n", name, text.size());
+  Clock::time_point start = Clock::now();
+  openlog(path);
+  docs[path] = newdoc(fileread(path));
+  switchdoc(path);
+  repaint();
+  printf("  %-24s %10.2f ms\n", "open", since(start) / 1000);
+  // Typing, the line and page motions, and Backspace; at the start first, then at the end.
+  static const Step ends[] = {{"type", "a"}, {"type", "b"}, {"type", "\n"}, {"type", "c"},
+                              {"C-a", "\x01"}, {"C-e", "\x05"}, {"C-a", "\x01"}, {"C-n", "\x0e"},
+                              {"C-p", "\x10"}, {"C-f", "\x06"}, {"C-b", "\x02"}, {"Page Down", "\x04"},
+                              {"Page Down", "\x04"}, {"Page Up", "\x15"}, {"Page Up", "\x15"},
+                              {"C-e", "\x05"}, {"Backspace", "\x7f"}, {"C-l", "\x0c"}};
+  std::vector<Step> walk(std::begin(ends), std::end(ends));
+  walk.push_back({"to the end", "\ef"});
+  walk.push_back({"C-e", "\x05"});
+  walk.insert(walk.end(), std::begin(ends), std::end(ends));
+  walk.push_back({"to the start", "\eh"});
+  walk.push_back({"search", "\es"});
+  std::vector<std::string> typed;
+  for (char c : needle) typed.push_back(std::string(1, c));
+  for (const std::string &k : typed) walk.push_back({"search", k.c_str()});
+  walk.push_back({"leave search", "\x02"});
+  walk.push_back({"save", "\x17"});
+  walk.push_back({"undo", "\x1f"});
+  walk.push_back({"to the end", "\ef"});
+  double slowest = 0;
+  const char *slowkey = "";
+  for (const Step &s : walk) {
+    double t = press(s.keys);
+    printf("  %-24s %10.2f ms\n", s.what, t / 1000);
+    if (t > slowest && strcmp(s.what, "save") != 0) slowest = t, slowkey = s.what;
+  }
+  printf("  slowest key but the save: %s, %.2f ms\n", slowkey, slowest / 1000);
+  closelog(path);
+  docs.erase(path);
+  switchdoc(scratchname);
+  unlink(path.c_str());
+}
+
+// Bytes of words and spaces without a newline, one line of the given size.
+static std::string oneline(size_t size) {
+  std::string text = maketext(size);
+  for (char &c : text)
+    if (c == '\n') c = ' ';
+  return text;
+}
+
+// A million lines of 10 to 50 bytes.
+static std::string millionlines() {
+  std::string text;
+  unsigned seed = 7;
+  for (int line = 0; line < 1000000; line++) {
+    seed = seed * 1103515245 + 12345;
+    for (size_t i = 0, n = 10 + (seed >> 16) % 40; i < n; i++) text += (char)('a' + (seed >> (i % 13)) % 26);
+    text += '\n';
+  }
+  return text;
+}
+
+// With the argument "ends" only the extreme documents are walked.
+int main(int argc, char **argv) {
+  bool endsonly = argc > 1 && strcmp(argv[1], "ends") == 0;
   std::string log;
   logcapture = &log;
   screencapture = &sink;
@@ -131,7 +206,17 @@ int main() {
   curname = scratchname;
   resetprompt();
   for (size_t size : {(size_t)1 << 20, (size_t)100 << 20}) {
+    if (endsonly) break;
     run(size);
     log.clear();
   }
+  // The needle has digits, which the texts around it never hold, so it is found only near the end.
+  std::string needle = "needle42";
+  std::string text = oneline((size_t)100 << 20);
+  text.replace(text.size() - 1000, needle.size(), needle);
+  extreme("one line", text, needle);
+  log.clear();
+  text = millionlines();
+  text.replace(text.size() - 1000, needle.size(), needle);
+  extreme("a million lines", text, needle);
 }
