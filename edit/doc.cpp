@@ -136,6 +136,19 @@ int64_t findbyteback(const Doc &d, int64_t from, int64_t to, unsigned char b) {
   return from - 1;
 }
 
+int64_t skiplines(const Doc &d, int64_t from, int64_t n) {
+  if (n <= 0) return from;
+  Runs r = runsof(d, from, lenof(d));
+  for (int i = 0; i < r.count; i++) {
+    const char *p = r.run[i].p, *end = p + r.run[i].n;
+    while ((p = (const char *)memchr(p, '\n', (size_t)(end - p)))) {
+      p++;
+      if (--n == 0) return r.run[i].at + (p - r.run[i].p);
+    }
+  }
+  return lenof(d);
+}
+
 // Whatever lies outside the text is newlines, as charat gives it.
 void copytext(const Doc &d, int64_t from, int64_t n, char *out) {
   int64_t lo = std::clamp<int64_t>(0, from, from + n), hi = std::clamp(lenof(d), lo, from + n);

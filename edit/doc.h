@@ -61,6 +61,9 @@ Runs runsof(const Doc &d, int64_t from, int64_t to);
 int64_t findbyte(const Doc &d, int64_t from, int64_t to, unsigned char b);
 // The last offset in from..to that holds byte b, or from - 1 when none does.
 int64_t findbyteback(const Doc &d, int64_t from, int64_t to, unsigned char b);
+// The offset just behind the n-th newline from offset from on, or the length of the text when
+// fewer follow; from itself when n is 0.
+int64_t skiplines(const Doc &d, int64_t from, int64_t n);
 // Bytes from..to of the current text.
 std::string textrange(const Doc &d, int64_t from, int64_t to);
 // The n bytes of the current text from offset from on, into out; as charat, every place outside

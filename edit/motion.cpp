@@ -223,10 +223,9 @@ void tolmdomb() {
 // The start of line n, counted from 1 (0 is the first line too), or the end of a shorter text.
 static int64_t linestartof(const std::string &text) {
   const Doc &d = cur();
-  int64_t len = lenof(d), n = 0, pos = 0;
+  int64_t len = lenof(d), n = 0;
   for (char c : text) n = std::min<int64_t>(n * 10 + (c - '0'), len + 2);
-  for (int64_t line = 1; line < n && pos < len; line++) pos = std::min(findbyte(d, pos, len, 10) + 1, len);
-  return pos;
+  return skiplines(d, 0, n - 1);
 }
 
 void tolmdoml() {
