@@ -128,7 +128,8 @@ struct Step {
 };
 
 // Opens text, walks it with every step at its start and at its end, searches for the needle
-// that stands near the end, saves, and prints each step's time and the slowest key.
+// that stands near the end, goes to a line near the end, saves, and prints each step's time and
+// the slowest key.
 static void extreme(const char *name, const std::string &text, const std::string &needle) {
   std::string path = "/tmp/tolmbench." + std::to_string(getpid());
   filewrite(path, text);
@@ -155,6 +156,10 @@ static void extreme(const char *name, const std::string &text, const std::string
   for (char c : needle) typed.push_back(std::string(1, c));
   for (const std::string &k : typed) walk.push_back({"search", k.c_str()});
   walk.push_back({"leave search", "\x02"});
+  // Line 999999: the last lines of the one, the end of the other.
+  walk.push_back({"line prompt", "\el"});
+  for (int i = 0; i < 6; i++) walk.push_back({"line prompt", "9"});
+  walk.push_back({"go to the line", "\n"});
   walk.push_back({"save", "\x17"});
   walk.push_back({"undo", "\x1f"});
   walk.push_back({"to the end", "\ef"});
