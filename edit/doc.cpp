@@ -103,9 +103,8 @@ Runs runsof(const Doc &d, int64_t from, int64_t to) {
   from = std::max<int64_t>(from, 0), to = std::min(to, lenof(d));
   Runs r;
   auto add = [&](int64_t lo, int64_t hi, const char *base) {  // base stands for offset lo
-    if (lo < from) base += from - lo, lo = from;
-    hi = std::min(hi, to);
-    if (lo < hi) r.run[r.count++] = Run{lo, base, hi - lo};
+    int64_t a = std::max(lo, from), b = std::min(hi, to);
+    if (a < b) r.run[r.count++] = Run{a, base + (a - lo), b - a};
   };
   // Common byte i is at buf[i] before the gap and at buf[i + skip] behind it; in the text, tail
   // byte i stands at offset i + w.
