@@ -381,7 +381,7 @@ bool Compiler::partial(Cell *h, const Items &a, Cell *real, int arity, bool tail
     value(a[i]);
     emit(Op::pair);
   }
-  if (tail) emit(Op::done);
+  if (tail) emit(Op::done, 0, 0, 1);  // normal values given to a head short of its arguments
   if (grabs) {
     patch(grab);
     if (real) {

@@ -572,11 +572,12 @@ bool quickly(Run &run, Act &a, CellRef &e, const Ins &in) {
 }
 
 // The top is the activation's value: an activation that waits for it goes on at once, and
-// anything else is left to the machine.
-bool finish(Run &run, Act &a, CellRef &e) {
+// anything else is left to the machine. A value known to be normal goes back unanalysed: a list
+// that code builds need not be analysed cell by cell while nothing asks.
+bool finish(Run &run, Act &a, CellRef &e, bool normal = false) {
   Cell *v = pop();
   truncate(a.floor);
-  if (frames.size() > run.frames && frames.back().kind == Kind::code && isnormal(v)) {
+  if (frames.size() > run.frames && frames.back().kind == Kind::code && (normal || isnormal(v))) {
     const Frame &f = frames.back();
     a = Act{f.code, f.pc, f.base, f.floor};
     frames.pop_back();
@@ -696,7 +697,7 @@ void runcode(Run &run, Act a, CellRef &e) {
         release(stack[a.base + in.s]);
         stack[a.base + in.s] = pop();
         break;
-      case Op::done: going = finish(run, a, e); break;
+      case Op::done: going = finish(run, a, e, in.n); break;
       case Op::apply: applyterms(a, e, in), going = false; break;
       case Op::resume:
         pushcode(a, in.c);
