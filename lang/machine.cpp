@@ -379,25 +379,25 @@ void deliver(Run &run, CellRef &e) {
 // ---- Running compiled code.
 
 // Empties the slots of the variables given, by letter: their last read has been made.
-void giveup(const Act &a, const std::array<uint8_t, 26> &map, uint32_t gives) {
+void giveup(uint32_t base, const std::array<uint8_t, 26> &map, uint32_t gives) {
   for (; gives; gives &= gives - 1) {
-    Cell *&slot = stack[a.base + map[__builtin_ctz(gives)]];
+    Cell *&slot = stack[base + map[__builtin_ctz(gives)]];
     release(slot);
     slot = nullptr;
   }
 }
 
 // The slots of a map's variables, by letter, for building a template.
-void slotvalues(const Act &a, const std::array<uint8_t, 26> &map, uint32_t vars, Cell **values) {
+void slotvalues(uint32_t base, const std::array<uint8_t, 26> &map, uint32_t vars, Cell **values) {
   for (; vars; vars &= vars - 1) {
     int v = __builtin_ctz(vars);
     must(map[v] != 255);
-    values[v] = stack[a.base + map[v]];
+    values[v] = stack[base + map[v]];
   }
 }
 
 // The value of a constant: its entry when that is a value, else the machine evaluates the leaf.
-bool global(Act &a, CellRef &e, Cell *leaf) {
+bool global(const Act &a, CellRef &e, Cell *leaf) {
   Named &n = named(leaf);
   if (n.defined && isnormal(n.def->second.get())) {
     push(n.def->second.get());
@@ -417,10 +417,10 @@ CellRef application(Cell *head, int n) {
   return app;
 }
 
-bool builtin(Run &run, Act &a, CellRef &e, const Ins &in) {
+bool builtin(Run &run, const Code *code, CellRef &e, const Ins &in) {
   counted();  // a halted run calls no further built-in
-  CellRef v = application(a.code->cells[in.m].get(), in.n);
-  if (callbuiltin(a.code->rows[in.c], v) == Then::drop) {
+  CellRef v = application(code->cells[in.m].get(), in.n);
+  if (callbuiltin(code->rows[in.c], v) == Then::drop) {
     dropall(run);
     e = std::move(v);
     return false;
@@ -469,16 +469,16 @@ bool call(Act &a, CellRef &e, const Ins &in) {
 }
 
 // A deferred argument frame: the term and the values of its variables, in letter order.
-void defer(const Act &a, const Ins &in) {
-  Cell *t = a.code->cells[in.c].get();
-  const std::array<uint8_t, 26> &map = a.code->maps[in.m];
+void defer(const Code *code, uint32_t base, const Ins &in) {
+  Cell *t = code->cells[in.c].get();
+  const std::array<uint8_t, 26> &map = code->maps[in.m];
   uint32_t start = (uint32_t)captures.size();
   for (uint32_t v = freeset(t); v; v &= v - 1) {
-    Cell *c = stack[a.base + map[__builtin_ctz(v)]];
+    Cell *c = stack[base + map[__builtin_ctz(v)]];
     if (!(in.gives & v & -v)) cellinc(c);
     captures.push_back(c);
   }
-  for (uint32_t v = in.gives; v; v &= v - 1) stack[a.base + map[__builtin_ctz(v)]] = nullptr;
+  for (uint32_t v = in.gives; v; v &= v - 1) stack[base + map[__builtin_ctz(v)]] = nullptr;
   cellinc(t);
   newframe(Kind::deferred, t, nullptr, 0, start, (uint32_t)captures.size() - start);
 }
@@ -493,77 +493,74 @@ int selection(Cell *c) {
 }
 
 // A pair ((h x) y) whose head h is the prelude's V or J: x and y go to the case's slots.
-bool pairof(Act &a, Cell *v, const char *head, int arity, const Cases &cs) {
+bool pairof(uint32_t base, Cell *v, const char *head, int arity, const Cases &cs) {
   if (isleafcell(v) || isleafcell(v->left) || !leafis(v->left->left, head) || arityof(v->left->left) != arity)
     return false;
   Cell *x = v->left->right, *y = v->right;
   cellinc(x);
   cellinc(y);
-  release(stack[a.base + cs.first]);
-  release(stack[a.base + cs.second]);
-  stack[a.base + cs.first] = x;
-  stack[a.base + cs.second] = y;
+  release(stack[base + cs.first]);
+  release(stack[base + cs.second]);
+  stack[base + cs.first] = x;
+  stack[base + cs.second] = y;
   return true;
 }
 
 // The case of an applied value by its shape; other when no case is compiled for it.
-uint32_t dynamic(Act &a, const Ins &in) {
-  const Cases &cs = a.code->cases[in.c];
-  Cell *v = stack[a.base + in.s];
+uint32_t dynamic(const Code *code, uint32_t base, const Ins &in) {
+  const Cases &cs = code->cases[in.c];
+  Cell *v = stack[base + in.s];
   int which = 4;  // the bit of the case in cs.gone
   if (isleafcell(v)) {
     int chosen = selection(v);
     which = chosen == 1 && cs.k != nocase ? 2 : chosen == 2 && cs.h != nocase ? 3 : 4;
-  } else if (cs.v != nocase && intact.V && pairof(a, v, "V", 3, cs)) {
+  } else if (cs.v != nocase && intact.V && pairof(base, v, "V", 3, cs)) {
     which = 0;
-  } else if (cs.j != nocase && intact.J && pairof(a, v, "J", 3, cs)) {
+  } else if (cs.j != nocase && intact.J && pairof(base, v, "J", 3, cs)) {
     which = 1;
   }
   if (cs.gone >> which & 1) {
     release(v);
-    stack[a.base + in.s] = nullptr;
+    stack[base + in.s] = nullptr;
   }
   const uint32_t to[] = {cs.v, cs.j, cs.k, cs.h, cs.other};
   return to[which];
 }
 
 // The value under the top n terms applied to them, through the machine's argument frames.
-void applyterms(Act &a, CellRef &e, const Ins &in) {
+void applyterms(const Act &a, CellRef &e, const Ins &in) {
   if (!in.s) pushcode(a, in.c);
   for (int i = 0; i < in.n; i++) pushframe(Kind::argument, pop());
   e = adopt(pop());
   if (in.s) truncate(a.floor);
 }
 
-void build(const Act &a, const Ins &in) {
-  Cell *t = a.code->cells[in.c].get(), *values[26];
+void build(const Code *code, uint32_t base, const Ins &in) {
+  Cell *t = code->cells[in.c].get(), *values[26];
   uint32_t vars = freeset(t);
-  slotvalues(a, a.code->maps[in.m], vars, values);
+  slotvalues(base, code->maps[in.m], vars, values);
   stack.push_back(substall(CellRef(t), values, vars).release());
   if (shapeof(t) == 'u') lambdamade(stack.back(), t, values, vars);
-  giveup(a, a.code->maps[in.m], in.gives);
+  giveup(base, code->maps[in.m], in.gives);
 }
 
-// A comparison whose answer a select takes at once: the choice is made without the leaf K or H,
-// which nothing else could see.
-bool tested(Act &a, const Ins &in) {
-  const Ins &next = a.code->ins[a.pc];
-  if (next.op != Op::select || !intact.K || !intact.H || !intact.I) return false;
+// A comparison whose answer the select next takes at once: the choice is made without the leaf K
+// or H, which nothing else could see. 1 for K, 0 for H, -1 when the operator must run.
+int tested(const Ins &in, const Ins &next) {
+  if (next.op != Op::select || !intact.K || !intact.H || !intact.I) return -1;
   size_t n = stack.size();
   int t = quicktest((Quick)in.s, stack[n - 2], stack[n - 1]);
-  if (t < 0) return false;
+  if (t < 0) return -1;
   celldec(stack[n - 1]);
   celldec(stack[n - 2]);
   stack.resize(n - 2);
-  a.pc = t ? a.pc + 1 : next.c;
-  return true;
+  return t;
 }
 
-bool quickly(Run &run, Act &a, CellRef &e, const Ins &in) {
-  if (in.s >= (int)Quick::less && tested(a, in)) return true;
+bool quickly(Run &run, const Code *code, CellRef &e, const Ins &in) {
   size_t n = stack.size();
   Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1]);
-  if (!r) return builtin(run, a, e, in);
+  if (!r) return builtin(run, code, e, in);
   celldec(stack[n - 1]);
   celldec(stack[n - 2]);
   stack[n - 2] = r;
@@ -589,7 +586,7 @@ bool finish(Run &run, Act &a, CellRef &e, bool normal = false) {
 }
 
 // A term to evaluate before the code goes on: the machine takes it, with the code in a frame.
-bool evaluated(Act &a, CellRef &e) {
+bool evaluated(const Act &a, CellRef &e) {
   if (isnormal(stack.back())) return true;
   e = adopt(pop());
   pushcode(a, a.pc);
@@ -673,45 +670,88 @@ bool invoke(Run &run, Act &a, CellRef &e, const Ins &in) {
 }
 
 // Runs code until it hands a term to the machine in e, or its value to a frame that is no code.
+// The activation's fields stay in locals, so that they live in registers through the dispatch;
+// a helper that reads them gets them by value, and one that changes the activation gets a copy
+// in an Act and gives it back.
 void runcode(Run &run, Act a, CellRef &e) {
+  const Code *code = a.code;
+  const Ins *ins = code->ins.data();
+  uint32_t pc = a.pc, base = a.base, floor = a.floor;
+  auto here = [&] { return Act{code, pc, base, floor}; };
+  auto into = [&](const Act &t) {
+    code = t.code;
+    ins = code->ins.data();
+    pc = t.pc;
+    base = t.base;
+    floor = t.floor;
+  };
   for (bool going = true; going;) {
-    const Ins &in = a.code->ins[a.pc++];
+    const Ins &in = ins[pc++];
     switch (in.op) {
-      case Op::slot: push(stack[a.base + in.s]); break;
+      case Op::slot: push(stack[base + in.s]); break;
       case Op::take: {
-        Cell *c = stack[a.base + in.s];
-        stack[a.base + in.s] = nullptr;
+        Cell *c = stack[base + in.s];
+        stack[base + in.s] = nullptr;
         stack.push_back(c);
         break;
       }
-      case Op::cell: push(a.code->cells[in.c].get()); break;
-      case Op::global: going = global(a, e, a.code->cells[in.c].get()); break;
-      case Op::build: build(a, in); break;
-      case Op::eval: going = evaluated(a, e); break;
-      case Op::quick: going = quickly(run, a, e, in); break;
-      case Op::builtin: going = builtin(run, a, e, in); break;
-      case Op::call: going = call(a, e, in); break;
-      case Op::select: a.pc = selecting(in, a.pc); break;
-      case Op::jump: a.pc = in.c; break;
-      case Op::let:
-        release(stack[a.base + in.s]);
-        stack[a.base + in.s] = pop();
+      case Op::cell: push(code->cells[in.c].get()); break;
+      case Op::global: going = global(here(), e, code->cells[in.c].get()); break;
+      case Op::build: build(code, base, in); break;
+      case Op::eval: going = evaluated(here(), e); break;
+      case Op::quick:
+        if (in.s >= (int)Quick::less) {
+          int t = tested(in, ins[pc]);
+          if (t >= 0) {
+            pc = t ? pc + 1 : ins[pc].c;
+            break;
+          }
+        }
+        going = quickly(run, code, e, in);
         break;
-      case Op::done: going = finish(run, a, e, in.n); break;
-      case Op::apply: applyterms(a, e, in), going = false; break;
+      case Op::builtin: going = builtin(run, code, e, in); break;
+      case Op::call: {
+        Act t = here();
+        going = call(t, e, in);
+        into(t);
+        break;
+      }
+      case Op::select: pc = selecting(in, pc); break;
+      case Op::jump: pc = in.c; break;
+      case Op::let:
+        release(stack[base + in.s]);
+        stack[base + in.s] = pop();
+        break;
+      case Op::done: {
+        Act t = here();
+        going = finish(run, t, e, in.n);
+        into(t);
+        break;
+      }
+      case Op::apply: applyterms(here(), e, in), going = false; break;
       case Op::resume:
-        pushcode(a, in.c);
-        a.floor = (uint32_t)stack.size();
+        pushcode(here(), in.c);
+        floor = (uint32_t)stack.size();
         break;
       case Op::argument: pushframe(Kind::argument, pop()); break;
-      case Op::defer: defer(a, in); break;
+      case Op::defer: defer(code, base, in); break;
       case Op::pair: pairing(); break;
       case Op::grab:
-        if (waitingcount(run.frames, in.n) == in.n) a.pc = in.c;
+        if (waitingcount(run.frames, in.n) == in.n) pc = in.c;
         break;
-      case Op::dynamic: a.pc = dynamic(a, in); break;
-      case Op::enter: going = applyslot(run, a, e, in); break;
-      case Op::invoke: going = invoke(run, a, e, in); break;
+      case Op::dynamic: pc = dynamic(code, base, in); break;
+      case Op::enter: {
+        Act t = here();
+        going = applyslot(run, t, e, in);
+        into(t);
+        break;
+      }
+      case Op::invoke: {
+        Act t = here();
+        going = invoke(run, t, e, in);
+        into(t);
+        break;
+      }
     }
   }
 }
