@@ -39,7 +39,24 @@ CellRef digitsrest(const CellRef &t);
 // digits; anything else (a pair, another leaf, an exact number, a larger integer) gives false.
 // Code that only wants a word asks this rather than reading the text: reading the text of a large
 // result writes all its digits (core/numberleaf.h), which this never does.
-bool smallint(const Cell *c, int64_t &v);
+bool smallintread(const Cell *c, int64_t &v);
+// Zero and the positive integers of one or two digits, the commonest operands, are read here at
+// once: a leaf holds at least 16 text bytes, ended by a NUL, so the bytes looked at are its own.
+inline bool smallint(const Cell *c, int64_t &v) {
+  if (isleafcell(c)) {
+    const unsigned char *t = (const unsigned char *)rawtext(c);
+    unsigned a = t[0] - (unsigned)'0', b = t[1] - (unsigned)'0';
+    if (a <= 9 && t[1] == 0) {
+      v = a;
+      return true;
+    }
+    if (a - 1 < 9 && b <= 9 && t[2] == 0) {
+      v = 10 * a + b;
+      return true;
+    }
+  }
+  return smallintread(c, v);
+}
 
 uint64_t lowword(const CellRef &t);
 int64_t toword(const CellRef &t);  // no range check: higher bits are lost

@@ -189,6 +189,23 @@ TEST_F(Numbers, SmallIntegersAgreeWithTheGeneralPath) {
     EXPECT_EQ(topbyte(made.get()), topbyte(spelled.get())) << n;
   }
   int64_t v = 0;
+  // Every length of digits, every digit at every place, both signs: the reader takes short texts
+  // eight digits at a time and must join the parts at each length.
+  for (size_t len = 1; len <= 19; len++) {
+    for (char d = '0'; d <= '9'; d++) {
+      for (std::string t : {std::string(len, d), std::string("9876543210123456789").substr(19 - len),
+                            std::string(1, d == '0' ? '1' : d) + std::string(len - 1, '0'),
+                            std::string(len - 1, '9') + std::string(1, d)}) {
+        if (t.size() > 1 && t[0] == '0') continue;
+        uint64_t want = std::stoull(t);
+        bool fits = want <= (uint64_t)INT64_MAX;
+        EXPECT_EQ(smallint(CellRef(t).get(), v) && (uint64_t)v == want, fits) << t;
+        if (want) {
+          EXPECT_EQ(smallint(CellRef("0" + t).get(), v) && v == (int64_t)(0 - want), fits) << t;
+        }
+      }
+    }
+  }
   for (const char *t : {"00", "000", "0045", "9223372036854775808", "09223372036854775809",
                         "18446744073709551616", "10000000000000000000", "123456789012345678901", "K", "[5]"})
     EXPECT_FALSE(smallint(CellRef(t).get(), v)) << t;
