@@ -61,3 +61,7 @@ const std::string &fuzzroot();
 // The judge (judge.cpp): the one place that tells the stops the language asks for, which end an
 // input, from every other stop, which is a fault and aborts as it always does.
 void judgeinstall();
+// Set by the editor's target while the current document's undo log no longer fits its text, as
+// the editor allows after some keys: the judge then lets the checks of a record against the text
+// end the input too.
+extern bool logmisfit;

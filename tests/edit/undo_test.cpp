@@ -156,3 +156,15 @@ TEST_F(Log, UndoingEverythingRestoresTheSavedText) {
     ASSERT_TRUE(isclean(cur())) << "round " << round;
   }
 }
+
+// A byte overtyped at the end of the text is appended, and its undo types back the newline that
+// the end reads as, in place of taking the byte away: the text keeps one byte more.
+TEST_F(Log, AnOvertypeAtTheEndIsUndoneToANewline) {
+  opendoc("/e", "ab\n");
+  typetext("\x18\x05Q\x0eu");
+  EXPECT_EQ(textof(cur()), "abQu");
+  press("\x1f");
+  EXPECT_EQ(textof(cur()), "abQ\n");
+  press("\x1f");
+  EXPECT_EQ(textof(cur()), "ab\n\n");
+}
