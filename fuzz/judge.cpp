@@ -23,9 +23,9 @@ const Called called[] = {
     {"/lib/structure.cpp", "viewpart", "!dataempty(x)", ""},
     // A word local used inside an application keeps its word, a leaf with no definition; the
     // analysis stops on an undefined leaf that is no single letter.
-    {"/lang/analysis.cpp", "sizeleaf", "text.size() == 1", ""},
-    {"/lang/analysis.cpp", "sizeleaf", "first >= 'a'", ""},
-    {"/lang/analysis.cpp", "sizeleaf", "first <= 'z'", ""},
+    {"/lang/analysis.cpp", "sizename", "text.size() == 1", ""},
+    {"/lang/analysis.cpp", "sizename", "first >= 'a'", ""},
+    {"/lang/analysis.cpp", "sizename", "first <= 'z'", ""},
     // A parenthesis that groups, with a comma at its depth 0, read by the ladder: a token of a
     // single byte and a comma is one token of two bytes.
     {"/lang/parse.cpp", "holds", "P.trying", ""},
