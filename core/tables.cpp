@@ -100,11 +100,16 @@ static Builtins &builtintable() {
   return table;
 }
 
+// The table is filled again only when its source changed since: filling it is a good part of the
+// fixed cost of a short run, and a source gives the same table each time.
 Builtins &builtins() {
+  static void (*filledby)(Builtins &) = nullptr;
   Builtins &table = builtintable();
-  if (table.empty()) {
+  if (table.empty() || filledby != builtinsource) {
     must(builtinsource != nullptr);
+    table.clear();
     builtinsource(table);
+    filledby = builtinsource;
   }
   return table;
 }
@@ -114,10 +119,10 @@ std::set<std::string> &loadednames() {
   return names;
 }
 
-// The interned terms stay: the compile steps clear them for themselves.
+// The interned terms stay: the compile steps clear them for themselves. The built-in table stays
+// while its source is the same.
 void tablesreset() {
   tablesgeneration++;
   deftable().clear();
   freshnames().clear();
-  builtintable().clear();
 }

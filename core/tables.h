@@ -1,5 +1,5 @@
 // The process-wide tables of the language: definitions, fresh names, interned terms, built-ins.
-// Each is built on first use; tablesreset empties all but the interned terms before each run.
+// Each is built on first use; tablesreset empties the definitions and fresh names before each run.
 #pragma once
 #include <map>
 #include <set>
@@ -88,7 +88,7 @@ struct builtinrow {
 using Builtins = std::map<std::string, builtinrow>;
 
 // The built-in table, read here and filled by its owner, the library, which sets builtinsource
-// at start. The reader fills the table on first use and again after each reset of the tables.
+// at start. The reader fills the table on first use and again whenever builtinsource changed.
 Builtins &builtins();
 extern void (*builtinsource)(Builtins &table);
 

@@ -37,6 +37,8 @@ Named &named(Cell *leaf) {
   if (n.leaf == leaf && n.generation == tablesgeneration && n.epoch == defs.epoch && n.defined) return n;
   cellinc(leaf);
   if (n.leaf) celldec(n.leaf);
+  if (n.codefor) celldec(n.codefor);
+  n.codefor = nullptr;
   n.leaf = leaf;
   n.generation = tablesgeneration;
   n.epoch = defs.epoch;

@@ -389,14 +389,25 @@ bool builtin(Run &run, Act &a, CellRef &e, const Ins &in) {
   return true;
 }
 
+// The compiled code of a named definition with parameters, kept with the name's lookup.
+const Code *calledcode(Named &n) {
+  if (!n.defined) return nullptr;
+  Cell *d = n.def->second.get();
+  if (n.codefor == d) return n.code;
+  if (shapeof(d) != 'u') return nullptr;
+  cellinc(d);
+  if (n.codefor) celldec(n.codefor);
+  n.codefor = d;
+  n.code = &codeof(d);
+  return n.code;
+}
+
 // A call of a definition: its code runs in a new activation above the caller's values, or in
 // place of the caller's for a tail call. Anything unusual goes to the machine as an application.
 bool call(Act &a, CellRef &e, const Ins &in) {
   counted();
   Cell *leaf = a.code->cells[in.c].get();
-  Named &n = named(leaf);
-  const Code *code = nullptr;
-  if (n.defined && shapeof(n.def->second.get()) == 'u') code = &codeof(n.def->second.get());
+  const Code *code = calledcode(named(leaf));
   bool tail = in.s;
   if (!code || !code->ok || code->captured || code->params != in.n) {
     e = application(leaf, in.n);

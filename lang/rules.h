@@ -23,6 +23,10 @@ struct Named {
   const builtinrow *row = nullptr;
   Defs::iterator def;
   bool defined = false;
+  // The compiled code of the definition codefor (counted while kept here), so that a call finds
+  // it without a search; it holds while the entry's term is still that cell.
+  Cell *codefor = nullptr;
+  const struct Code *code = nullptr;
 };
 Named &named(Cell *leaf);
 

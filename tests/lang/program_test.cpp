@@ -35,6 +35,17 @@ TEST(Prelude, IsDefinedFromItsText) {
   tablesreset();
 }
 
+TEST(Prelude, BuiltinTableFollowsItsSource) {
+  size_t all = builtins().size();
+  void (*saved)(Builtins &) = builtinsource;
+  builtinsource = [](Builtins &t) { t["plus"] = builtinrow{2, nullptr}; };
+  EXPECT_EQ(builtins().size(), 1u);  // a new source fills the table again
+  builtinsource = saved;
+  tablesreset();
+  EXPECT_EQ(builtins().size(), all);
+  EXPECT_EQ(run("1+2").printed, "3");
+}
+
 TEST(Programs, CombinatorResults) {
   EXPECT_EQ(run("K (I 3)").printed, "K3");
   EXPECT_EQ(run("id 7,id\\x\\x").printed, "7");
@@ -88,6 +99,30 @@ TEST(Programs, UnusedBrokenDefinitionsAreDropped) {
   EXPECT_EQ(r.printed, "1");
   EXPECT_FALSE(deftable().count("unused"));
   EXPECT_FALSE(deftable().count("user"));
+}
+
+// The prelude and the built-ins' entries are checked once and kept; a text that redefines one of
+// them is checked whole from fresh copies. No run may see what an earlier one redefined.
+TEST(Programs, RedefinedPreludeNamesLeaveLaterRunsAlone) {
+  const std::vector<std::string> texts = {
+      "C K 1 2",      "C K 1 2,K\\a\\b\\c\\c", "W K 3",         "W K 3,W\\a\\b\\b a",
+      "1+2",          "1+2,[+]\\a\\b\\a",         "K 1 2,T\\a\\a", "fact 12,fact\\n\\(n=0)1(n*fact(n-1))",
+      "ff,ff\\K zz", "L I 5 6,K\\a\\a",             "L I 5 6",       "2,_\\K 9",
+  };
+  std::vector<std::string> forward, backward;
+  for (const std::string &t : texts) forward.push_back(run(t).printed);
+  for (size_t i = texts.size(); i-- > 0;) backward.insert(backward.begin(), run(texts[i]).printed);
+  EXPECT_EQ(forward, backward);
+  EXPECT_EQ(forward[0], "2");
+  EXPECT_EQ(forward[2], "3");
+  EXPECT_EQ(forward[1], "(K2 1)");
+  EXPECT_EQ(forward[3], "VH00");
+  EXPECT_EQ(forward[4], "3");
+  EXPECT_EQ(forward[5], "1");
+  EXPECT_EQ(forward[8], "Alive function [ff] references undefined [zz].");
+  EXPECT_EQ(forward[9], "6");
+  EXPECT_EQ(forward[10], "KH");
+  EXPECT_EQ(forward[11], "K9");
 }
 
 TEST(Programs, ConstantsThatNeedThemselves) {
