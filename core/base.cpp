@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/file.h"
@@ -23,11 +24,6 @@ void tolmstart() {
   memorysetup();
 }
 
-void tolmlog(const std::string &text) {
-  if (logcapture) *logcapture += text;
-  else fileappend("/tmp/tolm.log", text);
-}
-
 // Writes all of text to a descriptor, going on after partial writes; errors end the attempt.
 static void writeall(int fd, const char *p, size_t n) {
   while (n > 0) {
@@ -36,6 +32,21 @@ static void writeall(int fd, const char *p, size_t n) {
     p += k;
     n -= (size_t)k;
   }
+}
+
+// The log stays open between lines, as the editor logs on almost every key, and is opened
+// again, and so made anew, once its file has been removed.
+static int logfd = -1;
+
+void tolmlog(const std::string &text) {
+  if (logcapture) {
+    *logcapture += text;
+    return;
+  }
+  struct stat st;
+  if (logfd >= 0 && (fstat(logfd, &st) != 0 || st.st_nlink == 0)) close(logfd), logfd = -1;
+  if (logfd < 0) logfd = open("/tmp/tolm.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  if (logfd >= 0) writeall(logfd, text.data(), text.size());
 }
 
 // The assertion line and the abort, with nothing cleaned up.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
+#include <string_view>
 
 #include "core/base.h"
 #include "edit/view.h"
@@ -17,15 +19,20 @@ static unsigned char cat(const Common &c, size_t i) {
   return (unsigned char)c.buf[i < c.gs ? i : i + (c.ge - c.gs)];
 }
 
+// Appends n common bytes from pos on to out, a run each side of the gap.
+static void cappend(const Common &c, size_t pos, size_t n, std::string &out) {
+  size_t end = pos + n;
+  if (pos < c.gs) out.append(c.buf, pos, std::min(end, c.gs) - pos);
+  if (end > c.gs) {
+    size_t from = std::max(pos, c.gs);
+    out.append(c.buf, from + (c.ge - c.gs), end - from);
+  }
+}
+
 static std::string csub(const Common &c, size_t pos, size_t n) {
   std::string s;
   s.reserve(n);
-  size_t end = pos + n;
-  if (pos < c.gs) s.append(c.buf, pos, std::min(end, c.gs) - pos);
-  if (end > c.gs) {
-    size_t from = std::max(pos, c.gs);
-    s.append(c.buf, from + (c.ge - c.gs), end - from);
-  }
+  cappend(c, pos, n, s);
   return s;
 }
 
@@ -43,7 +50,7 @@ static void movegap(Common &c, size_t pos) {
   }
 }
 
-static void cinsert(Common &c, size_t pos, const std::string &s) {
+static void cinsert(Common &c, size_t pos, std::string_view s) {
   if (s.empty()) return;
   movegap(c, pos);
   if (c.ge - c.gs < s.size()) {
@@ -89,11 +96,70 @@ unsigned char charat(const Doc &d, int64_t i) {
   return 10;
 }
 
-// Bytes from..to of the current text.
+// Head and tail are each one run, or two where the gap cuts them; the window is one.
+Runs runsof(const Doc &d, int64_t from, int64_t to) {
+  const Common &c = d.common;
+  int64_t h = headlen(d), w = (int64_t)d.now.size(), gs = (int64_t)c.gs, skip = (int64_t)(c.ge - c.gs);
+  from = std::max<int64_t>(from, 0), to = std::min(to, lenof(d));
+  Runs r;
+  auto add = [&](int64_t lo, int64_t hi, const char *base) {  // base stands for offset lo
+    int64_t a = std::max(lo, from), b = std::min(hi, to);
+    if (a < b) r.run[r.count++] = Run{a, base + (a - lo), b - a};
+  };
+  // Common byte i is at buf[i] before the gap and at buf[i + skip] behind it; in the text, tail
+  // byte i stands at offset i + w.
+  auto common = [&](int64_t lo, int64_t hi, int64_t shift) {
+    int64_t cut = std::clamp(gs, lo, hi);
+    add(lo + shift, cut + shift, c.buf.data() + lo);
+    add(cut + shift, hi + shift, c.buf.data() + cut + skip);
+  };
+  common(0, h, 0);
+  add(h, h + w, d.now.data());
+  common(h, (int64_t)csize(c), w);
+  return r;
+}
+
+int64_t findbyte(const Doc &d, int64_t from, int64_t to, unsigned char b) {
+  Runs r = runsof(d, from, to);
+  for (int i = 0; i < r.count; i++)
+    if (const void *f = memchr(r.run[i].p, b, (size_t)r.run[i].n))
+      return r.run[i].at + ((const char *)f - r.run[i].p);
+  return std::max(from, to);
+}
+
+int64_t findbyteback(const Doc &d, int64_t from, int64_t to, unsigned char b) {
+  Runs r = runsof(d, from, to);
+  for (int i = r.count - 1; i >= 0; i--)
+    if (const void *f = memrchr(r.run[i].p, b, (size_t)r.run[i].n))
+      return r.run[i].at + ((const char *)f - r.run[i].p);
+  return from - 1;
+}
+
+int64_t skiplines(const Doc &d, int64_t from, int64_t n) {
+  if (n <= 0) return from;
+  Runs r = runsof(d, from, lenof(d));
+  for (int i = 0; i < r.count; i++) {
+    const char *p = r.run[i].p, *end = p + r.run[i].n;
+    while ((p = (const char *)memchr(p, '\n', (size_t)(end - p)))) {
+      p++;
+      if (--n == 0) return r.run[i].at + (p - r.run[i].p);
+    }
+  }
+  return lenof(d);
+}
+
+// Whatever lies outside the text is newlines, as charat gives it.
+void copytext(const Doc &d, int64_t from, int64_t n, char *out) {
+  int64_t lo = std::clamp<int64_t>(0, from, from + n), hi = std::clamp(lenof(d), lo, from + n);
+  std::fill(out, out + (lo - from), '\n');
+  std::fill(out + (hi - from), out + n, '\n');
+  Runs r = runsof(d, from, from + n);
+  for (int i = 0; i < r.count; i++) std::copy_n(r.run[i].p, r.run[i].n, out + (r.run[i].at - from));
+}
+
 std::string textrange(const Doc &d, int64_t from, int64_t to) {
-  std::string s;
-  s.reserve((size_t)std::max<int64_t>(to - from, 0));
-  for (int64_t i = from; i < to; i++) s += (char)charat(d, i);
+  std::string s((size_t)std::max<int64_t>(to - from, 0), '\0');
+  copytext(d, from, (int64_t)s.size(), s.data());
   return s;
 }
 
@@ -118,11 +184,29 @@ std::string restofline(const Doc &d) {
   int64_t len = lenof(d), j = d.point;
   if (j >= len) return "";
   if (charat(d, j) == 10) return "\n";
-  while (j < len && charat(d, j) != 10) j++;
-  return textrange(d, d.point, j);
+  return textrange(d, d.point, findbyte(d, j, len, 10));
 }
 
 // Editing.
+
+// The length of the common start of a and b, at most n; eight bytes at a time, for the window
+// between two distant edits is as long as the text between them.
+static size_t sameprefix(const char *a, const char *b, size_t n) {
+  size_t i = 0;
+  for (uint64_t x, y; i + 8 <= n; i += 8)
+    if (memcpy(&x, a + i, 8), memcpy(&y, b + i, 8), x != y) break;
+  while (i < n && a[i] == b[i]) i++;
+  return i;
+}
+
+// The length of the common end of the bytes before a and before b, at most n.
+static size_t samesuffix(const char *a, const char *b, size_t n) {
+  size_t i = 0;
+  for (uint64_t x, y; i + 8 <= n; i += 8)
+    if (memcpy(&x, a - i - 8, 8), memcpy(&y, b - i - 8, 8), x != y) break;
+  while (i < n && *(a - i - 1) == *(b - i - 1)) i++;
+  return i;
+}
 
 void settle(Doc &d) {
   Common &c = d.common;
@@ -133,13 +217,15 @@ void settle(Doc &d) {
     d.now.clear();
     return;
   }
-  size_t m = std::min(d.was.size(), d.now.size()), p = 0, s = 0;
-  while (p < m && d.was[p] == d.now[p]) p++;
-  while (s < m - p && d.was[d.was.size() - 1 - s] == d.now[d.now.size() - 1 - s]) s++;
-  cinsert(c, c.split, d.was.substr(0, p) + d.was.substr(d.was.size() - s));
+  size_t m = std::min(d.was.size(), d.now.size());
+  size_t p = sameprefix(d.was.data(), d.now.data(), m);
+  size_t s = samesuffix(d.was.data() + d.was.size(), d.now.data() + d.now.size(), m - p);
+  cinsert(c, c.split, std::string_view(d.was).substr(d.was.size() - s));
+  cinsert(c, c.split, std::string_view(d.was).substr(0, p));
   c.split += p;
-  d.was = d.was.substr(p, d.was.size() - p - s);
-  d.now = d.now.substr(p, d.now.size() - p - s);
+  // Cut in place, the end first: after an edit at one end of a wide window only that end moves,
+  // and the window is not copied.
+  for (std::string *w : {&d.was, &d.now}) w->erase(w->size() - s).erase(0, p);
   if (!d.was.empty() && !d.now.empty()) return;
   std::string &w = d.was.empty() ? d.now : d.was;
   size_t k = 0, tail = csize(c) - c.split;
@@ -159,13 +245,15 @@ static void takehead(Doc &d) {
   d.now.insert(0, s);
 }
 
-// Moves the first n tail bytes onto the end of both sides of the window.
+// Moves the first n tail bytes onto the end of both sides of the window. A window that grows
+// by much gets room for half as much again, so that the keys typed next at its end do not copy it.
 static void taketail(Doc &d, size_t n) {
   Common &c = d.common;
-  std::string s = csub(c, c.split, n);
+  for (std::string *w : {&d.was, &d.now})
+    if (w->size() + n > w->capacity()) w->reserve(w->size() + n + (w->size() + n) / 2);
+  cappend(c, c.split, n, d.was);
+  cappend(c, c.split, n, d.now);
   cerase(c, c.split, n);
-  d.was += s;
-  d.now += s;
 }
 
 void widen(Doc &d) {

@@ -44,7 +44,31 @@ bool samedoc(const Doc &a, const Doc &b);
 bool endswith(const Doc &d, const std::string &s);
 // From the point to its line's end, without the newline; "\n" on a newline, "" at the end.
 std::string restofline(const Doc &d);
+// A piece of the current text that stands in one block of memory: n bytes from offset at on.
+struct Run {
+  int64_t at;
+  const char *p;
+  int64_t n;
+};
+// The pieces that hold from..to of the current text, in order; head and tail may each be split
+// by the gap, so there are at most five. Offsets outside the text are left out.
+struct Runs {
+  Run run[5];
+  int count = 0;
+};
+Runs runsof(const Doc &d, int64_t from, int64_t to);
+// The first offset in from..to that holds byte b, or to when none does.
+int64_t findbyte(const Doc &d, int64_t from, int64_t to, unsigned char b);
+// The last offset in from..to that holds byte b, or from - 1 when none does.
+int64_t findbyteback(const Doc &d, int64_t from, int64_t to, unsigned char b);
+// The offset just behind the n-th newline from offset from on, or the length of the text when
+// fewer follow; from itself when n is 0.
+int64_t skiplines(const Doc &d, int64_t from, int64_t n);
+// Bytes from..to of the current text.
 std::string textrange(const Doc &d, int64_t from, int64_t to);
+// The n bytes of the current text from offset from on, into out; as charat, every place outside
+// the text reads as a newline.
+void copytext(const Doc &d, int64_t from, int64_t n, char *out);
 
 // The window. These move only its bounds: both texts and the point stay as they are, but for
 // the placeholder of widenover.

@@ -3,6 +3,7 @@
 #include "edit/find.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/base.h"
 #include "edit/commands.h"
@@ -27,23 +28,135 @@ uint64_t matchstep(const std::string &s, uint64_t state, unsigned char c) {
   return mask & (2 * state + 1);
 }
 
-// A hit at q is a match of s that ends just before q; none ends before offset 0, not even an
-// empty s, so q = 0 is never a hit.
-void seek(Doc &d, const std::string &s, bool forward) {
-  int64_t n = lenof(d), m = (int64_t)s.size();
-  if (n < 2) return;
-  for (int64_t k = 1; k < n; k++) {
-    int64_t q = forward ? (d.point + k + n) % n : (d.point - k + n) % n;
-    if (q < m || q == 0) continue;
-    bool hit = true;
-    for (int64_t i = 0; i < m && hit; i++)
-      hit = charlike((unsigned char)s[(size_t)i], charat(d, q - m + i));
-    if (hit) {
-      d.point = q;
-      keepvisible(d, false);
-      return;
+// The matcher of seek: bit i of mask[c] says that pattern byte i takes text byte c. Candidates
+// are found by two places of the pattern, r and r2, whose bytes have most bits in common: where
+// the bytes of a place agree in the bits of keep, a text byte c can be one of them only when
+// c & keep is their value there. Blocks of text are tested that way, and the whole pattern is
+// tried only where both places pass.
+struct Seeker {
+  uint64_t mask[256];
+  int64_t m, r, r2;
+  unsigned char keep, value, keep2, value2;
+  bool blocks;  // whether the test of place r narrows enough to skip blocks of text
+};
+
+// The bits on which all bytes that place i takes agree, and their value there.
+static void agreement(const Seeker &z, int64_t i, unsigned char &keep, unsigned char &value) {
+  int ones = 0xFF, zeros = 0xFF;
+  for (int c = 0; c < 256; c++)
+    if (z.mask[c] >> i & 1) ones &= c, zeros &= ~c;
+  keep = (unsigned char)(ones | zeros);
+  value = (unsigned char)ones;
+}
+
+static Seeker seekerof(const std::string &s) {
+  Seeker z{};
+  z.m = (int64_t)s.size();
+  for (int c = 0; c < 256; c++)
+    for (size_t i = 0; i < s.size(); i++)
+      if (charlike((unsigned char)s[i], (unsigned char)c)) z.mask[c] |= 1ull << i;
+  int best = -1, next = -1;
+  for (int64_t i = 0; i < z.m; i++) {
+    unsigned char keep, value;
+    agreement(z, i, keep, value);
+    int bits = __builtin_popcount(keep);
+    if (bits > best) next = best, z.r2 = z.r, best = bits, z.r = i;
+    else if (bits > next) next = bits, z.r2 = i;
+  }
+  agreement(z, z.r, z.keep, z.value);
+  if (z.m > 1) agreement(z, z.r2, z.keep2, z.value2);
+  z.blocks = best >= 3;
+  return z;
+}
+
+static bool takes(const Seeker &z, unsigned char c) { return z.mask[c] >> z.r & 1; }
+
+// Whether a candidate for place r may stand among the size bytes from p0 + i on (a multiple of
+// 16), where the bytes of place r2 stand r2 - r further; those are read only when they lie
+// within the n bytes at p0. The compiler turns the tests of whole blocks into the processor's
+// vector instructions.
+static bool blockhas(const Seeker &z, const char *p0, int64_t i, int64_t size, int64_t n) {
+  typedef unsigned char v16 __attribute__((vector_size(16)));
+  int64_t at = i + z.r2 - z.r;
+  bool two = z.keep2 && at >= 0 && at + size <= n;
+  v16 any = {};
+  for (int64_t j = 0; j < size; j += 16) {
+    v16 v, w;
+    memcpy(&v, p0 + i + j, 16);
+    v16 hit = (v16)((v & z.keep) == z.value);
+    if (two) {
+      memcpy(&w, p0 + at + j, 16);
+      hit &= (v16)((w & z.keep2) == z.value2);
+    }
+    any |= hit;
+  }
+  uint64_t bits[2];
+  memcpy(bits, &any, 16);
+  return (bits[0] | bits[1]) != 0;
+}
+
+// The first of the n bytes at p from offset from on that place r takes, or n.
+static int64_t firsttaken(const Seeker &z, const char *p, int64_t from, int64_t n) {
+  int64_t i = from;
+  if (z.blocks) {
+    while (i + 64 <= n && !blockhas(z, p, i, 64, n)) i += 64;
+    while (i + 16 <= n && !blockhas(z, p, i, 16, n)) i += 16;
+  }
+  while (i < n && !takes(z, (unsigned char)p[i])) i++;
+  return i;
+}
+
+// The last of the n bytes at p that place r takes, or -1.
+static int64_t lasttaken(const Seeker &z, const char *p, int64_t n) {
+  int64_t i = n;
+  if (z.blocks) {
+    while (i >= 64 && !blockhas(z, p, i - 64, 64, n)) i -= 64;
+    while (i >= 16 && !blockhas(z, p, i - 16, 16, n)) i -= 16;
+  }
+  while (i > 0 && !takes(z, (unsigned char)p[i - 1])) i--;
+  return i - 1;
+}
+
+// Whether a match ends just before q.
+static bool endsat(const Doc &d, const Seeker &z, int64_t q) {
+  for (int64_t i = 0; i < z.m; i++)
+    if (!(z.mask[charat(d, q - z.m + i)] >> i & 1)) return false;
+  return true;
+}
+
+// The first hit q in lo..hi, or the last when not forward; -1 when there is none. A match that
+// ends at q has the byte of place r at q - m + r.
+static int64_t hitin(const Doc &d, const Seeker &z, int64_t lo, int64_t hi, bool forward) {
+  lo = std::max<int64_t>(lo, std::max<int64_t>(z.m, 1));
+  if (lo > hi) return -1;
+  if (z.m == 0) return forward ? lo : hi;
+  int64_t shift = z.m - z.r;
+  Runs rs = runsof(d, lo - shift, hi - shift + 1);
+  for (int j = 0; j < rs.count; j++) {
+    const Run &run = rs.run[forward ? j : rs.count - 1 - j];
+    for (int64_t from = 0, to = run.n; from < to;) {
+      int64_t i = forward ? firsttaken(z, run.p, from, to) : lasttaken(z, run.p, to);
+      if (i < from || i >= to) break;
+      if (endsat(d, z, run.at + i + shift)) return run.at + i + shift;
+      if (forward) from = i + 1;
+      else to = i;
     }
   }
+  return -1;
+}
+
+// A hit at q is a match of s that ends just before q; none ends before offset 0, not even an
+// empty s, so q = 0 is never a hit. Every offset of the text but the point's own is tried, from
+// the point on around the text: forward the rest of the text, then its start up to the point.
+void seek(Doc &d, const std::string &s, bool forward) {
+  int64_t n = lenof(d), p = d.point % std::max<int64_t>(n, 1);
+  if (n < 2) return;
+  Seeker z = seekerof(s);
+  int64_t q = forward ? hitin(d, z, p + 1, n - 1, true) : hitin(d, z, 0, p - 1, false);
+  if (q == -1) q = forward ? hitin(d, z, 0, p - 1, true) : hitin(d, z, p + 1, n - 1, false);
+  if (q == -1) return;
+  d.point = q;
+  keepvisible(d, false);
 }
 
 // Find.

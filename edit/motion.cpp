@@ -56,9 +56,8 @@ void tolmdocl() {
 
 // The offset of the first newline at or after from and before to, or -1.
 static int64_t newlinein(const Doc &d, int64_t from, int64_t to) {
-  for (int64_t i = from; i < to; i++)
-    if (charat(d, i) == 10) return i;
-  return -1;
+  int64_t i = findbyte(d, from, to, 10);
+  return i < to ? i : -1;
 }
 
 void tolmdocn() {
@@ -66,27 +65,20 @@ void tolmdocn() {
     Doc &d = cur();
     int64_t len = lenof(d);
     ensureedge(d);
-    int64_t s = d.point;
-    while (s > d.top && charat(d, s - 1) != 10) s--;
+    // The line's start, but not before top.
+    int64_t s = d.point > d.top ? findbyteback(d, d.top, d.point, 10) + 1 : d.point;
     int64_t c = (d.point - s) % width;
     int64_t nl = newlinein(d, d.point, std::min(len, d.point + width));
     if (d.point + width > len && nl == -1) return false;
     if (nl == -1) {
       d.point += width;
     } else {
-      int64_t start = nl + 1, end = start;
-      while (end < len && charat(d, end) != 10) end++;
-      d.point = std::min(start + c, end);
+      int64_t start = nl + 1;
+      d.point = findbyte(d, start, std::min(len, start + c), 10);
     }
     if (!onscreen(d, false)) recentre(d, false);
     return true;
   });
-}
-
-// The start of the line that holds offset at.
-static int64_t linestart(const Doc &d, int64_t at) {
-  while (charat(d, at - 1) != 10) at--;
-  return at;
 }
 
 // While the point stays on the screen C-p repaints nothing: the terminal's cursor goes up by
@@ -95,14 +87,16 @@ void tolmdocp() {
   fresh = 1;
   plainenter("C-p");
   Doc &d = cur();
-  int64_t b = linestart(d, d.point), o = d.point - b, rows = 1;
+  // lb is the start of the line that the point ends on, for the column of the hint.
+  int64_t b = bolof(d, d.point), o = d.point - b, rows = 1, lb = b;
   if (o >= width) {
     d.point -= width;
   } else if (b == 0) {
     bell();
     return;
   } else {
-    int64_t a = linestart(d, b - 1), l = b - 1 - a;
+    int64_t a = bolof(d, b - 1), l = b - 1 - a;
+    lb = a;
     if (l >= o) {
       d.point = a + o;
       while (d.point + width < b) d.point += width;
@@ -117,7 +111,7 @@ void tolmdocp() {
     return;
   }
   screenout += "\x1b[" + std::to_string(rows) + "F";
-  int64_t col = colof(d);
+  int64_t col = (d.point - lb) % width;
   if (col != 0) screenout += "\x1b[" + std::to_string(col + 1) + "G";
   flushout();
 }
@@ -229,11 +223,9 @@ void tolmdomb() {
 // The start of line n, counted from 1 (0 is the first line too), or the end of a shorter text.
 static int64_t linestartof(const std::string &text) {
   const Doc &d = cur();
-  int64_t len = lenof(d), n = 0, pos = 0;
+  int64_t len = lenof(d), n = 0;
   for (char c : text) n = std::min<int64_t>(n * 10 + (c - '0'), len + 2);
-  for (int64_t line = 1; line < n && pos < len; pos++)
-    if (charat(d, pos) == 10) line++;
-  return pos;
+  return skiplines(d, 0, n - 1);
 }
 
 void tolmdoml() {

@@ -3,26 +3,24 @@
 #include "edit/view.h"
 
 #include <algorithm>
+#include <cstring>
+#include <string>
 
 int64_t width = 80, height = 24;
 
-int64_t colof(const Doc &d) {
-  int64_t j = d.point - 1;
-  while (j >= 0 && charat(d, j) != 10) j--;
-  return (d.point - j - 1) % width;
+// Past the end of the text every place reads as a newline, so a line starts there.
+int64_t bolof(const Doc &d, int64_t at) {
+  if (at > lenof(d)) return at;
+  return findbyteback(d, 0, at, 10) + 1;
 }
 
 void gobol(Doc &d) {
-  int64_t j = d.point - 1;
-  while (charat(d, j) != 10) j--;
-  d.point = j + 1;
+  d.point = bolof(d, d.point);
   keepvisible(d, false);
 }
 
 void goeol(Doc &d) {
-  int64_t j = d.point, len = lenof(d);
-  while (j < len && charat(d, j) != 10) j++;
-  d.point = j;
+  d.point = findbyte(d, d.point, lenof(d), 10);
   keepvisible(d, false);
 }
 
@@ -38,14 +36,30 @@ void toendkeep(Doc &d) {
   d.top = std::min(std::max<int64_t>(lenof(d) - width + 6, 0), std::max<int64_t>(d.top, 0));
 }
 
-int64_t rowafter(const Doc &d, int64_t top) {
-  int64_t len = lenof(d);
-  for (int64_t i = 0; i < width; i++) {
-    if (top + i >= len) return top;
-    if (charat(d, top + i) == 10) return top + i + 1;
-  }
-  return top + width;
+// n bytes of the text from offset from on, with newlines past its end as charat gives them:
+// walks over many rows scan this copy instead of asking for each byte.
+static const char *rowtext(const Doc &d, int64_t from, int64_t n) {
+  static std::string text;
+  text.resize((size_t)n);
+  copytext(d, from, n, text.data());
+  return text.data();
 }
+
+// The length of the row whose bytes start at t: through its newline, or width bytes.
+static int64_t rowlength(const char *t) {
+  const char *nl = (const char *)memchr(t, '\n', (size_t)width);
+  return nl ? nl - t + 1 : width;
+}
+
+// rowafter over the copy t of the text from top on: a row that the text ends before its
+// newline gives top itself.
+static int64_t rowfrom(const char *t, int64_t top, int64_t len) {
+  int64_t k = rowlength(t);
+  if (t[k - 1] == '\n' && top + k - 1 >= len) return top;
+  return top + k;
+}
+
+int64_t rowafter(const Doc &d, int64_t top) { return rowfrom(rowtext(d, top, width), top, lenof(d)); }
 
 int64_t rowup(const Doc &d, int64_t last) {
   for (int64_t i = 1; i < width; i++)
@@ -89,14 +103,15 @@ void recentre(Doc &d, bool one) {
 
 bool onscreen(const Doc &d, bool one) {
   if (d.top > d.point) return false;
-  int64_t rows = one ? 1 : height - 1, count = 0, t = d.top;
-  for (;;) {
-    count++;
-    if (count > rows) return false;
-    int64_t n = rowafter(d, t);
+  int64_t rows = one ? 1 : height - 1, len = lenof(d), t = d.top;
+  // No row that starts at or before the point reads past a row's length beyond it.
+  const char *text = rowtext(d, d.top, std::min(rows * width, d.point - d.top + width));
+  for (int64_t count = 1; count <= rows; count++) {
+    int64_t n = rowfrom(text + (t - d.top), t, len);
     if (n > d.point || n == t) return true;
     t = n;
   }
+  return false;
 }
 
 void keepvisible(Doc &d, bool one) {
@@ -104,15 +119,10 @@ void keepvisible(Doc &d, bool one) {
 }
 
 void measure(Doc &d) {
-  int64_t pos = d.top, rows = 0, col = 0;
-  while (rows < height - 1) {
-    unsigned char b = charat(d, pos++);
-    if (b == 10 || ++col == width) {
-      rows++;
-      col = 0;
-    }
-  }
-  d.edge = pos;
+  const char *text = rowtext(d, d.top, (height - 1) * width);
+  int64_t n = 0;
+  for (int64_t rows = 0; rows < height - 1; rows++) n += rowlength(text + n);
+  d.edge = d.top + n;
 }
 
 void ensureedge(Doc &d) {

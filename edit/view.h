@@ -9,8 +9,8 @@
 // text, each of width cells. A row ends at a newline or after width bytes.
 extern int64_t width, height;
 
-// The screen column of the point in its line.
-int64_t colof(const Doc &d);
+// The start of the line that holds offset at: just behind the last newline before it, or 0.
+int64_t bolof(const Doc &d, int64_t at);
 
 // The point to the start or the end of its line, then keepvisible.
 void gobol(Doc &d);

@@ -12,9 +12,11 @@
 // parameters, then its local bindings) start at its base; its own values lie above them.
 enum class Op : uint8_t {
   slot,     // push slot s
+  take,     // push slot s and leave it empty: nothing after reads it
   cell,     // push cells[c]
   global,   // push the value of the constant leaf cells[c], evaluating it first when it has none
-  build,    // push cells[c] with the slots of maps[m] put for its variables
+  build,    // push cells[c] with the slots of maps[m] put for its variables, then empty the
+            // slots of the variables in gives
   eval,     // bring the top to normal form
   builtin,  // call rows[c] on a fresh application of leaf cells[m] to the top n values
   quick,    // the same for the operator s on two values, done at once when both are small integers
@@ -26,11 +28,14 @@ enum class Op : uint8_t {
   apply,    // apply the value under the top n terms to them; s = 1 in tail position, else resume at c
   resume,   // frame that resumes at c; the values above now belong to a nested activation
   argument, // pop a term into a frame that applies the value to it
-  defer,    // a frame that applies the value to cells[c] with the slots of maps[m], built when needed
+  defer,    // a frame that applies the value to cells[c] with the slots of maps[m], built when
+            // needed; the slots of the variables in gives are handed to it, not copied
   pair,     // pop r and l, push the pair (l r)
   grab,     // when n argument frames wait on top, go to c
-  dynamic,  // the value in slot s applied: go where cases[c] says for its shape
-  enter,    // the value in slot s applied to the waiting arguments, as the activation's last act
+  dynamic,  // the value in slot s applied: go where cases[c] says for its shape, emptying slot s
+            // on the way to a case that does not read it
+  enter,    // the value in slot s applied to the waiting arguments, as the activation's last act;
+            // n = 1 when nothing after reads slot s
 };
 
 // Where the application of a value goes by the value's shape: a pair V x or J x y with x and
@@ -38,6 +43,7 @@ enum class Op : uint8_t {
 struct Cases {
   uint32_t v, j, k, h, other;
   uint16_t first, second;  // slots
+  uint8_t gone = 0;        // the cases, by bit in that order, that no longer read the value's slot
 };
 constexpr uint32_t nocase = ~0u;
 
@@ -46,6 +52,7 @@ struct Ins {
   uint8_t n = 0;
   uint16_t s = 0;
   uint32_t c = 0, m = 0;
+  uint32_t gives = 0;  // build and defer: variables, by letter, whose slot this is the last read of
 };
 
 struct Code {
@@ -67,6 +74,14 @@ Quick quickof(const char *name);
 // The operator's result, counted, the very leaf the built-in would give; null when an argument is
 // no such integer or the result might not fit, and the built-in must run.
 Cell *quick(Quick q, Cell *a, Cell *b);
+// A comparison's answer, 1 for K and 0 for H, when both arguments are such integers; -1 when the
+// built-in must run or the operator is no comparison.
+int quicktest(Quick q, Cell *a, Cell *b);
+
+// Marks each read of a slot that no path after it reads again, so that the read takes the value
+// out of the slot: a handle moved rather than copied, and a value that nothing else holds stays
+// alone for a built-in that may change it in place.
+void lastreads(Code &code);
 
 // Which of the prelude's combinators stand as the prelude defines them in this run: the fast
 // machine's shortcuts hold only for those.

@@ -390,6 +390,7 @@ Code compile(Cell *def) {
   }
   code.params = c.top - code.captured;
   c.gen(def, true);
+  lastreads(code);
   code.ok = true;
   return code;
 }

@@ -347,6 +347,15 @@ void deliver(Run &run, CellRef &e) {
 
 // ---- Running compiled code.
 
+// Empties the slots of the variables given, by letter: their last read has been made.
+void giveup(const Act &a, const std::array<uint8_t, 26> &map, uint32_t gives) {
+  for (; gives; gives &= gives - 1) {
+    Cell *&slot = stack[a.base + map[__builtin_ctz(gives)]];
+    release(slot);
+    slot = nullptr;
+  }
+}
+
 // The slots of a map's variables, by letter, for building a template.
 void slotvalues(const Act &a, const std::array<uint8_t, 26> &map, uint32_t vars, Cell **values) {
   for (; vars; vars &= vars - 1) {
@@ -435,9 +444,10 @@ void defer(const Act &a, const Ins &in) {
   uint32_t start = (uint32_t)captures.size();
   for (uint32_t v = freeset(t); v; v &= v - 1) {
     Cell *c = stack[a.base + map[__builtin_ctz(v)]];
-    cellinc(c);
+    if (!(in.gives & v & -v)) cellinc(c);
     captures.push_back(c);
   }
+  for (uint32_t v = in.gives; v; v &= v - 1) stack[a.base + map[__builtin_ctz(v)]] = nullptr;
   cellinc(t);
   frames.push_back({t, nullptr, 0, start, (uint32_t)captures.size() - start, Kind::deferred});
 }
@@ -469,16 +479,21 @@ bool pairof(Act &a, Cell *v, const char *head, int arity, const Cases &cs) {
 uint32_t dynamic(Act &a, const Ins &in) {
   const Cases &cs = a.code->cases[in.c];
   Cell *v = stack[a.base + in.s];
-  uint32_t to = nocase;
+  int which = 4;  // the bit of the case in cs.gone
   if (isleafcell(v)) {
     int chosen = selection(v);
-    to = chosen == 1 ? cs.k : chosen == 2 ? cs.h : nocase;
+    which = chosen == 1 && cs.k != nocase ? 2 : chosen == 2 && cs.h != nocase ? 3 : 4;
   } else if (cs.v != nocase && intact.V && pairof(a, v, "V", 3, cs)) {
-    to = cs.v;
+    which = 0;
   } else if (cs.j != nocase && intact.J && pairof(a, v, "J", 3, cs)) {
-    to = cs.j;
+    which = 1;
   }
-  return to == nocase ? cs.other : to;
+  if (cs.gone >> which & 1) {
+    release(v);
+    stack[a.base + in.s] = nullptr;
+  }
+  const uint32_t to[] = {cs.v, cs.j, cs.k, cs.h, cs.other};
+  return to[which];
 }
 
 // The value under the top n terms applied to them, through the machine's argument frames.
@@ -495,9 +510,26 @@ void build(const Act &a, const Ins &in) {
   slotvalues(a, a.code->maps[in.m], vars, values);
   stack.push_back(substall(CellRef(t), values, vars).release());
   if (shapeof(t) == 'u') lambdamade(stack.back(), t, values, vars);
+  giveup(a, a.code->maps[in.m], in.gives);
+}
+
+// A comparison whose answer a select takes at once: the choice is made without the leaf K or H,
+// which nothing else could see.
+bool tested(Act &a, const Ins &in) {
+  const Ins &next = a.code->ins[a.pc];
+  if (next.op != Op::select || !intact.K || !intact.H || !intact.I) return false;
+  size_t n = stack.size();
+  int t = quicktest((Quick)in.s, stack[n - 2], stack[n - 1]);
+  if (t < 0) return false;
+  celldec(stack[n - 1]);
+  celldec(stack[n - 2]);
+  stack.resize(n - 2);
+  a.pc = t ? a.pc + 1 : next.c;
+  return true;
 }
 
 bool quickly(Run &run, Act &a, CellRef &e, const Ins &in) {
+  if (in.s >= (int)Quick::less && tested(a, in)) return true;
   size_t n = stack.size();
   Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1]);
   if (!r) return builtin(run, a, e, in);
@@ -550,7 +582,8 @@ uint32_t selecting(const Ins &in, uint32_t next) {
 bool applyslot(Run &run, Act &a, CellRef &e, const Ins &in) {
   counted();
   Cell *f = stack[a.base + in.s];
-  cellinc(f);
+  if (in.n) stack[a.base + in.s] = nullptr;
+  else cellinc(f);
   truncate(a.floor);
   uint32_t base = (uint32_t)stack.size();
   const Code *code = !isleafcell(f) && shapeof(f) == 'u' ? closurecall(run, f, nullptr) : nullptr;
@@ -570,6 +603,12 @@ void runcode(Run &run, Act a, CellRef &e) {
     const Ins &in = a.code->ins[a.pc++];
     switch (in.op) {
       case Op::slot: push(stack[a.base + in.s]); break;
+      case Op::take: {
+        Cell *c = stack[a.base + in.s];
+        stack[a.base + in.s] = nullptr;
+        stack.push_back(c);
+        break;
+      }
       case Op::cell: push(a.code->cells[in.c].get()); break;
       case Op::global: going = global(a, e, a.code->cells[in.c].get()); break;
       case Op::build: build(a, in); break;

@@ -22,6 +22,17 @@ int64_t floormod(int64_t a, int64_t b) { return a - b * floordiv(a, b); }
 
 }  // namespace
 
+int quicktest(Quick q, Cell *a, Cell *b) {
+  int64_t x, y;
+  if (q < Quick::less || !smallint(a, x) || !smallint(b, y)) return -1;
+  switch (q) {
+    case Quick::less: return x < y;
+    case Quick::gteq: return x >= y;
+    case Quick::same: return x == y;
+    default: return x != y;
+  }
+}
+
 Cell *quick(Quick q, Cell *a, Cell *b) {
   int64_t x, y, r = 0;
   // smallint reads a leaf that keeps its words without writing its digits, so that a large

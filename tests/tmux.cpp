@@ -8,7 +8,7 @@
 
 #include "tests/support.h"
 
-std::string shellquote(const std::string &s) {
+static std::string shellquote(const std::string &s) {
   std::string q = "'";
   for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return q + "'";

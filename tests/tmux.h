@@ -15,5 +15,3 @@ struct Tmux {
   // Appends everything the pane's program writes from now on to a file.
   void record(const std::string &path);
 };
-
-std::string shellquote(const std::string &s);

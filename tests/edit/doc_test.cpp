@@ -22,6 +22,18 @@ void agree(const Doc &d, const Meaning &m, bool settled, const std::string &step
   int64_t len = lenof(d);
   ASSERT_EQ(len, (int64_t)m.text.size()) << step;
   for (int64_t i = -1; i <= len; i++) ASSERT_EQ(charat(d, i), i < 0 || i >= len ? 10 : (unsigned char)m.text[(size_t)i]) << step;
+  int64_t from = len ? (int64_t)(m.text.size() * 7 % (size_t)len) - 1 : -1;  // in head, window or tail
+  ASSERT_EQ(textrange(d, from, len + 2), ("\n" + m.text + "\n\n").substr((size_t)(from + 1))) << step;
+  // The byte searches over head, window and tail, both ways, from every start to the end and
+  // from the start to every end, and the skip over two lines.
+  for (int64_t i = 0; i <= len; i++) {
+    size_t fwd = m.text.find('\n', (size_t)i), back = i ? m.text.rfind('\n', (size_t)i - 1) : std::string::npos;
+    ASSERT_EQ(findbyte(d, i, len, 10), fwd == std::string::npos ? len : (int64_t)fwd) << step;
+    ASSERT_EQ(findbyteback(d, 0, i, 10), back == std::string::npos ? -1 : (int64_t)back) << step;
+    ASSERT_EQ(findbyteback(d, i, len, 'a'), std::max<int64_t>(i - 1, (int64_t)m.text.rfind('a'))) << step;
+    size_t two = fwd == std::string::npos ? fwd : m.text.find('\n', fwd + 1);
+    ASSERT_EQ(skiplines(d, i, 2), two == std::string::npos ? len : (int64_t)two + 1) << step;
+  }
   if (!settled) return;
   // The settled window is the smallest: was and now differ in their first and in their last
   // bytes; an insertion or a deletion stands as far right as it can; no change leaves no window.
@@ -50,7 +62,7 @@ TEST_F(Docs, RandomEditsKeepTheirMeaningAndASettledWindow) {
   };
   for (int round = 0; round < 300; round++) {
     Meaning m;
-    m.text = m.saved = some(12);
+    m.text = m.saved = some(round % 8 ? 12 : 400);  // long texts: windows between distant edits
     Doc d = newdoc(m.text);
     for (int step = 0; step < 40; step++) {
       int64_t len = (int64_t)m.text.size();

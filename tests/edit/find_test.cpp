@@ -50,6 +50,37 @@ TEST_F(Find, SeekWrapsAndLandsBehindTheMatch) {
   }
 }
 
+// seek against its rule tried place by place, over texts of every byte class whose changes
+// split them between head, window and tail and whose pattern bytes run from plain bytes to the
+// widest classes: texts long enough for whole blocks to be skipped, hits near both ends.
+TEST_F(Find, SeekFindsWhatTheRuleFindsPlaceByPlace) {
+  auto rule = [](const Doc &d, const std::string &s, bool forward) {
+    int64_t n = lenof(d), m = (int64_t)s.size();
+    for (int64_t k = 1; k < n; k++) {
+      int64_t q = forward ? (d.point + k + n) % n : (d.point - k + n) % n;
+      bool hit = q >= m && q != 0;
+      for (int64_t i = 0; i < m && hit; i++) hit = charlike((unsigned char)s[(size_t)i], charat(d, q - m + i));
+      if (hit) return q;
+    }
+    return d.point;
+  };
+  srand(5);
+  const std::string bytes = "abAB0 \n\x01\xe1\xc1!.", pats = "abAB0 !.TURXFQ";
+  for (int round = 0; round < 400; round++) {
+    std::string text;
+    for (int i = rand() % (round % 4 ? 50 : 3000); i > 0; i--) text += rand() % 9 ? 'x' : bytes[rand() % bytes.size()];
+    Doc d = newdoc(text);
+    for (int e = rand() % 3; e > 0 && lenof(d) > 0; e--) d.point = rand() % lenof(d), insertbyte(d, 'a');
+    std::string s;
+    for (int i = rand() % 4; i > 0; i--) s += pats[rand() % pats.size()];
+    d.point = rand() % (lenof(d) + 1);
+    bool forward = rand() % 2;
+    int64_t want = rule(d, s, forward);
+    seek(d, s, forward);
+    ASSERT_EQ(d.point, want) << round << " [" << s << "] " << forward;
+  }
+}
+
 TEST_F(Find, TypingSearchesOnAndAFailureWaitsForBackspace) {
   Doc &d = opendoc("/f", "xab abc ab");
   typetext("\x1bsab");

@@ -20,6 +20,36 @@ TEST_F(Motion, RowsOfANarrowScreen) {
   EXPECT_EQ(d.edge, 12);  // three rows: abcdefg, h and its newline, xy and the end
 }
 
+// Rows, the edge and what is on the screen, over random texts of short and wrapping lines with
+// the window of changes anywhere, against the rules walked one byte at a time.
+TEST_F(Motion, RowsAgreeWithTheRulesByteByByte) {
+  srand(11);
+  for (int round = 0; round < 400; round++) {
+    std::string text;
+    for (int i = rand() % 60; i > 0; i--) text += rand() % 6 ? 'x' : '\n';
+    Doc d = newdoc(text);
+    if (!text.empty()) d.point = rand() % (int64_t)text.size(), insertbyte(d, '\n');
+    int64_t len = lenof(d);
+    d.top = rand() % (len + 2);
+    d.point = rand() % (len + 1);
+    int64_t pos = d.top, rows = 0, col = 0, t = d.top, count = 1;
+    while (rows < height - 1)
+      if (charat(d, pos++) == 10 || ++col == width) rows++, col = 0;
+    measure(d);
+    ASSERT_EQ(d.edge, pos) << round;
+    for (;; count++) {  // rowafter's rule: a row that the text ends before its newline is the last
+      int64_t n = t, i = 0;
+      while (i < width && t + i < len && charat(d, t + i) != 10) i++;
+      n = i == width ? t + width : t + i < len ? t + i + 1 : t;
+      ASSERT_EQ(rowafter(d, t), n) << round;
+      if (n > d.point || n == t) break;
+      t = n;
+    }
+    ASSERT_EQ(onscreen(d, false), d.top <= d.point && count <= height - 1) << round;
+    ASSERT_EQ(onscreen(d, true), d.top <= d.point && count <= 1) << round;
+  }
+}
+
 TEST_F(Motion, LineEndsAndSingleBytes) {
   Doc &d = opendoc("/m", "ab\ncd");
   d.point = 4;
@@ -80,6 +110,62 @@ TEST_F(Motion, NextAndPreviousRows) {
   d.point = 28;
   EXPECT_TRUE(rings("\x0e"));  // the last line: the point stays
   EXPECT_EQ(d.point, 28);
+}
+
+// C-a, C-e, C-n and C-p over lines many rows long, with changes that cut the lines between
+// head, window and tail: the point, and the cursor hint of C-p, against the rules walked one
+// byte at a time.
+TEST_F(Motion, LineKeysInLongLinesAgreeWithTheRules) {
+  auto bol = [](const Doc &d, int64_t at) {
+    while (charat(d, at - 1) != 10) at--;
+    return at;
+  };
+  srand(3);
+  for (int round = 0; round < 60; round++) {
+    std::string text;
+    for (int i = rand() % 400; i > 0; i--) text += rand() % 40 ? 'x' : '\n';
+    Doc &d = opendoc("/l" + std::to_string(round), text);
+    for (int e = 0; e < 2 && lenof(d) > 0; e++) d.point = rand() % lenof(d), insertbyte(d, 'y');
+    moveto(d, rand() % (lenof(d) + 1));
+    for (int step = 0; step < 40; step++) {
+      const char *key = "\x01\x05\x0e\x10" + rand() % 4;
+      Doc was = d;
+      int64_t len = lenof(d), p = d.point, b = bol(d, p), want = p;
+      std::string hint;
+      if (*key == 1) {
+        want = b;
+      } else if (*key == 5) {
+        while (want < len && charat(d, want) != 10) want++;
+      } else if (*key == 14) {
+        int64_t s = p, nl = p;
+        while (s > d.top && charat(d, s - 1) != 10) s--;
+        while (nl < std::min(len, p + width) && charat(d, nl) != 10) nl++;
+        if (nl < std::min(len, p + width)) {
+          int64_t end = nl + 1;
+          while (end < len && charat(d, end) != 10) end++;
+          want = std::min(nl + 1 + (p - s) % width, end);
+        } else if (p + width <= len) {
+          want = p + width;
+        }
+      } else if (p - b >= width) {
+        want = p - width, hint = "\x1b[1F";
+      } else if (b > 0) {
+        int64_t a = bol(d, b - 1), l = b - 1 - a;
+        want = l >= p - b ? a + p - b : b - 1;
+        while (l >= p - b && want + width < b) want += width;
+        hint = l >= p - b && l % width < p - b ? "\x1b[2F" : "\x1b[1F";
+      }
+      int64_t col = (want - bol(d, want)) % width;
+      if (!hint.empty() && col) hint += "\x1b[" + std::to_string(col + 1) + "G";
+      testscreen.clear();
+      press(std::string(1, *key));
+      std::string where = std::to_string(round) + "/" + std::to_string(step) + " key " + std::to_string(*key);
+      ASSERT_EQ(d.point, want) << where;
+      if (*key == 16 && onscreen(was, false) && d.top == was.top && !hint.empty()) {
+        ASSERT_EQ(testscreen, hint) << where;
+      }
+    }
+  }
 }
 
 TEST_F(Motion, PagesAndTheEndsOfTheText) {

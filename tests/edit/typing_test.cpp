@@ -10,7 +10,6 @@
 
 #include "core/file.h"
 #include "tests/edit/edittest.h"
-#include "tests/support.h"
 
 using Typing = EditorTest<20, 6>;
 

@@ -6,7 +6,6 @@
 
 #include "edit/optree.h"
 #include "tests/edit/edittest.h"
-#include "tests/support.h"
 
 class Log : public EditorTest<40, 8> {
  protected:

@@ -6,18 +6,15 @@
 #include "lang/chars.h"
 #include "tests/support.h"
 
-TEST(Normalise, WhiteSpaceNextToGlueAndInsideGroupsVanishes) {
+// White space next to glue and inside groups vanishes; bracket groups stay whole, or vanish with
+// white space before them. The neighbours of a run are bytes of the input, so a run beside a lost
+// group stays.
+TEST(Normalise, WhiteSpaceAndBracketGroups) {
   for (auto [text, normal] : {std::pair{"a b", "a b"}, {"a + b", "a+b"}, {"a\n\nb", "a\nb"}, {"f (x)", "f (x)"},
-                              {"f ~x", "f ~x"}, {"( a ) { b }", "(a){b}"}, {" \n ", ""}})
-    EXPECT_EQ(normalise(text), normal);
-}
-
-TEST(Normalise, BracketGroupsStayWholeOrVanishWithLeadingWhiteSpace) {
-  for (auto [text, normal] : {std::pair{"[a  b]", "[a  b]"}, {"x+[a [b\n] c] y", "x+[a [b\n] c] y"},
-                              {" [a  b]", ""}, {"\nf [a] (g [b]) ", "f  (g )"}})
-    EXPECT_EQ(normalise(text), normal);
-  // The neighbours of a run are bytes of the input, so a run beside a lost group stays.
-  EXPECT_EQ(normalise(" f [x] y"), "f  y");
+                              {"f ~x", "f ~x"}, {"( a ) { b }", "(a){b}"}, {" \n ", ""}, {"[a  b]", "[a  b]"},
+                              {"x+[a [b\n] c] y", "x+[a [b\n] c] y"}, {" [a  b]", ""}, {"\nf [a] (g [b]) ", "f  (g )"},
+                              {" f [x] y", "f  y"}})
+    EXPECT_EQ(normalise(text), normal) << text;
 }
 
 TEST(Groups, EndsOfGroupsInBothDirections) {

@@ -44,9 +44,39 @@ TEST(Differential, ShortCutsThatCouldShow) {
            "V (09223372036854775808/01) (09223372036854775808%01) (09223372036854775808*01) (4611686018427387904*2)",
            "V (9223372036854775807-09223372036854775808) (09223372036854775808+09223372036854775808)",
            "V (1+(2^01)) (1+(real 2)) ((2^60)=(2^60)) (raws 3 3) (raws (1+2) (1+2))",
+           // a comparison chosen on at once, and one that must go to its built-in
+           "J ((1<2) [a] [b]) (J ((2<1) [a] [b]) (J ((3>3) [a] [b]) (J ((4>3) [a] [b]) ((05=(0-5)) [a] [b]))))",
+           "J (((2^70)<3) [a] [b]) (J (((real 1)<2) [a] [b]) (J (([a]<[b]) 1 2) (J ((1<2) [a]) (raws (1<2) (1<2)))))",
+           "go 3,go\\n\\(n<1)[z]((n<2)(go (n-1)) [y]),H\\a\\K",
            "load [g 2,g\\x\\x+1]",
            "load [g,g\\g]",
            "(load [K,h\\x\\x]) 3",
+       })
+    expectalike(program, out);
+}
+
+// A value read for the last time leaves its slot, so that a join may grow a text that nothing
+// else holds. Every other read must still find it there, and a text that something else holds
+// must not change under it. tx gives a text with room to grow that only its caller holds.
+TEST(Differential, LastReadsMoveValues) {
+  std::string out = scratchdir() + "out";
+  for (const char *program : {
+           "go (tx 0),go\\s\\(s+[d])+(s+[e]),tx\\q\\([a]+[b])+[c]",              // read twice in one body
+           "go (tx 0),go\\s\\raws (s+[]) s,tx\\q\\([a]+[b])+[c]",                // a join that must copy
+           "go (tx 0),go\\s\\raws s (s+[]),tx\\q\\([a]+[b])+[c]",
+           "go (tx 0),go\\s\\V (same s s) (s+[d]),tx\\q\\([a]+[b])+[c]",
+           "go 0 (tx 0),go\\n\\s\\((n=0)(s+[x])(s+[y]))+s,tx\\q\\([a]+[b])+[c]",  // both branches, then after
+           "go 1 (tx 0),go\\n\\s\\(n=0)(s+[x])(go (n-1) (s+[y])),tx\\q\\([a]+[b])+[c]",
+           "go (tx 0),go\\s\\(gk s (s+[d]) s)+s,gk\\x\\K,tx\\q\\([a]+[b])+[c]",  // deferred, then read again
+           "go (tx 0),go\\s\\(gk s s (s+[d]))+s,gk\\x\\H,tx\\q\\([a]+[b])+[c]",
+           "go (tx 0),go\\s\\V (gk s (s+[d]) [e]) s,gk\\x\\K,tx\\q\\([a]+[b])+[c]",
+           "go K (tx 0),go\\k\\s\\(k (s+[d]) s)+(k s (s+[e])),tx\\q\\([a]+[b])+[c]",  // a value applied
+           "go (tx 0),go\\s\\(s+[d])+(gk [z] (s+[e]) [w]),gk\\x\\K,tx\\q\\([a]+[b])+[c]",
+           "go (V [a] [b]),go\\p\\(p (x\\y\\z\\x+y) [c])+(p K [d])",
+           "go (V [a] [b]),go\\p\\(p K [d]) + (p (x\\y\\z\\x+y) [c])",
+           "go (tx 0),go\\s\\(x\\y\\raws x y) s s,tx\\q\\([a]+[b])+[c]",      // one slot for two names
+           "go (tx 0),go\\s\\(x\\x+x) s,tx\\q\\([a]+[b])+[c]",
+           "strlen (bu 300 []),bu\\n\\s\\(n=0)s(bu(n-1)(s+[ab]))",
        })
     expectalike(program, out);
 }

@@ -25,56 +25,34 @@ static std::vector<Text> pieces(Text t, const Positions &p) {
   return out;
 }
 
-// The bytes that stand at depth 0 somewhere in a text. A level none of whose operators is among
-// them hands its text down without scanning it; a piece keeps the mask of the text it came from,
-// which holds all of its own bytes at depth 0, and a group's inside gets its own.
-struct Seen {
-  uint64_t bits[4] = {};
-  bool any(const char *chars) const {
-    for (; *chars; chars++)
-      if (bits[(unsigned char)*chars >> 6] >> (*chars & 63) & 1) return true;
-    return false;
-  }
-};
-
-static Seen seenof(Text t) {
-  Seen s;
-  for (size_t i = 0; i < t.size(); i++) {
-    unsigned char c = t[i];
-    s.bits[c >> 6] |= 1ull << (c & 63);
-    if (isbracket(c)) i = groupend(t, i);
-  }
-  return s;
-}
-
-using Level = CellRef (*)(Text, const Seen &);
+using Level = CellRef (*)(Text);
 
 // Groups to the right: the last piece first, then each operator with the piece on its left.
 template <class Make>
-static CellRef rightfold(Text t, const Seen &seen, const Positions &p, Level next, Make make) {
+static CellRef rightfold(Text t, const Positions &p, Level next, Make make) {
   std::vector<Text> piece = pieces(t, p);
-  CellRef acc = next(piece.back(), seen);
-  for (size_t k = p.size(); k-- > 0;) acc = make(p[k], next(piece[k], seen), std::move(acc));
+  CellRef acc = next(piece.back());
+  for (size_t k = p.size(); k-- > 0;) acc = make(p[k], next(piece[k]), std::move(acc));
   return acc;
 }
 
 // Groups to the left: the first piece first, then each operator with the piece on its right,
 // which runs from just past the operator to the next one.
 template <class Make>
-static CellRef leftfold(Text t, const Seen &seen, const Positions &p, Level next, Make make) {
-  CellRef acc = next(t.substr(0, p.empty() ? t.size() : p[0]), seen);
+static CellRef leftfold(Text t, const Positions &p, Level next, Make make) {
+  CellRef acc = next(t.substr(0, p.empty() ? t.size() : p[0]));
   for (size_t k = 0; k < p.size(); k++) {
     size_t end = k + 1 < p.size() ? p[k + 1] : t.size();
-    acc = make(p[k], std::move(acc), next(t.substr(p[k] + 1, end - p[k] - 1), seen));
+    acc = make(p[k], std::move(acc), next(t.substr(p[k] + 1, end - p[k] - 1)));
   }
   return acc;
 }
 
-static CellRef level1(Text t, const Seen &seen);
-static CellRef commas(Text t, const Seen &seen);
-static CellRef level9(Text t, const Seen &seen);
-static CellRef level11(Text t, const Seen &seen);
-static CellRef level13(Text t, const Seen &seen);
+static CellRef level1(Text t);
+static CellRef commas(Text t);
+static CellRef level9(Text t);
+static CellRef level11(Text t);
+static CellRef level13(Text t);
 
 // Levels 2 to 8: binary operators. The newline applies the line below to the term above it, the
 // blank applies the term on its left to the one on its right, and every other operator is the
@@ -87,82 +65,73 @@ static const Rung rungs[] = {{"?\n", false}, {"&|", true},  {"=<>#", true}, {"@ 
                              {"+-:.", false}, {"*/%'", false}, {"^", true}};
 
 template <int level>
-static CellRef rung(Text t, const Seen &seen) {
+static CellRef rung(Text t) {
   const Rung &r = rungs[level - 2];
   Level next;
   if constexpr (level == 8) next = level9;
   else next = rung<level + 1>;
-  if (!seen.any(r.chars)) return next(t, seen);
   Positions p = oppositions(t, r.chars);
-  if (p.empty()) return next(t, seen);
   auto make = [t](size_t at, CellRef a, CellRef b) {
     if (t[at] == '\n') return cellpair(std::move(b), std::move(a));
     if (t[at] == ' ') return cellpair(std::move(a), std::move(b));
     return cellpair3(leaf(t[at]), std::move(a), std::move(b));
   };
-  return r.right ? rightfold(t, seen, p, next, make) : leftfold(t, seen, p, next, make);
+  return r.right ? rightfold(t, p, next, make) : leftfold(t, p, next, make);
 }
 
 // ";" and "\" join two parts; a pair of wings joins the part on its left, its inside read as a
 // comma list, and what follows the closing wing.
-static CellRef level1(Text t, const Seen &seen) {
-  if (!seen.any(";\\{")) return rung<2>(t, seen);
-  Positions p = oppositions(t, ";\\{");
-  return rightfold(t, seen, p, rung<2>, [t](size_t at, CellRef left, CellRef acc) {
+static CellRef level1(Text t) {
+  return rightfold(t, oppositions(t, ";\\{"), rung<2>, [t](size_t at, CellRef left, CellRef acc) {
     if (t[at] != '{') return cellpair3(leaf(t[at]), std::move(left), std::move(acc));
     Text inside = t.substr(at + 1, groupend(t, at) - at - 1);
-    return cellpair4(leaf('{'), std::move(left), commas(inside, seenof(inside)), std::move(acc));
+    return cellpair4(leaf('{'), std::move(left), commas(inside), std::move(acc));
   });
 }
 
-
-static CellRef commas(Text t, const Seen &seen) {
-  if (!seen.any(",")) return level1(t, seen);
-  Positions p = oppositions(t, ",");
-  return rightfold(t, seen, p, level1, [](size_t, CellRef a, CellRef acc) {
+static CellRef commas(Text t) {
+  return rightfold(t, oppositions(t, ","), level1, [](size_t, CellRef a, CellRef acc) {
     return cellpair3(leaf(','), std::move(a), std::move(acc));
   });
 }
 
-
 // A run of prefix characters at the start of t, each applied to what follows it, the innermost
 // first; what follows must not be empty.
-static CellRef prefixed(Text t, const Seen &seen, Level next) {
+static CellRef prefixed(Text t, Level next) {
   size_t n = 0;
   while (n < t.size() && isprefix(t[n])) n++;
   must(n < t.size());
-  CellRef acc = next(t.substr(n), seen);
+  CellRef acc = next(t.substr(n));
   while (n-- > 0) acc = cellpair(leaf(t[n]), std::move(acc));
   return acc;
 }
 
 // Leading prefix characters, as in "!x".
-static CellRef level10(Text t, const Seen &seen) { return prefixed(t, seen, level11); }
+static CellRef level10(Text t) { return prefixed(t, level11); }
 
 // Trailing prefix characters peel first, the last one outermost; nothing at all is the leaf "}".
-static CellRef level9(Text t, const Seen &seen) {
+static CellRef level9(Text t) {
   size_t n = t.size();
   while (n > 0 && isprefix(t[n - 1])) n--;
-  CellRef acc = n ? level10(t.substr(0, n), seen) : leaf('}');
+  CellRef acc = n ? level10(t.substr(0, n)) : leaf('}');
   for (size_t i = n; i < t.size(); i++) acc = cellpair(leaf(t[i]), std::move(acc));
   return acc;
 }
 
 // Prefix runs inside the text, as in "f~x": each run with what follows it up to the next run is
 // one argument of what stands before the first run.
-static CellRef level11(Text t, const Seen &seen) {
-  if (!seen.any(prefixchars)) return level13(t, seen);
+static CellRef level11(Text t) {
   Positions runs;
   for (size_t i = 0; i < t.size(); i = groupend(t, i) + 1) {
     if (!isprefix(t[i])) continue;
     runs.push_back(i);
     while (i + 1 < t.size() && isprefix(t[i + 1])) i++;
   }
-  if (runs.empty()) return level13(t, seen);
-  CellRef acc = level13(t.substr(0, runs[0]), seen);
+  if (runs.empty()) return level13(t);
+  CellRef acc = level13(t.substr(0, runs[0]));
   for (size_t k = 0; k < runs.size(); k++) {
     size_t end = k + 1 < runs.size() ? runs[k + 1] : t.size();
-    acc = cellpair(std::move(acc), prefixed(t.substr(runs[k], end - runs[k]), seen, level13));
+    acc = cellpair(std::move(acc), prefixed(t.substr(runs[k], end - runs[k]), level13));
   }
   return acc;
 }
@@ -171,7 +140,7 @@ static CellRef level14(Text t);
 
 // Juxtaposition of tokens, to the left. A parenthesised token after the first is a call list:
 // each of its comma pieces is one more argument.
-static CellRef level13(Text t, const Seen &) {
+static CellRef level13(Text t) {
   Positions starts = tokenstarts(t);
   must(!starts.empty());
   starts.push_back(t.size());
@@ -183,9 +152,7 @@ static CellRef level13(Text t, const Seen &) {
       continue;
     }
     Text inside = token.substr(1, groupend(token, 0) - 1);
-    Seen within = seenof(inside);
-    Positions commas = within.any(",") ? oppositions(inside, ",") : Positions();
-    for (Text piece : pieces(inside, commas)) acc = cellpair(std::move(acc), level1(piece, within));
+    for (Text piece : pieces(inside, oppositions(inside, ","))) acc = cellpair(std::move(acc), level1(piece));
   }
   return acc;
 }
@@ -205,7 +172,7 @@ static CellRef level14(Text t) {
   }
   if (c == '(') {
     Text inside = t.substr(1, groupend(t, 0) - 1);
-    return level1(inside, seenof(inside));
+    return level1(inside);
   }
   must(t.size() == 1);
   return leaf(c ? (char)c : '\n');
@@ -213,4 +180,4 @@ static CellRef level14(Text t) {
 
 }  // namespace
 
-CellRef ladderparse(const std::string &text) { return level1(text, seenof(text)); }
+CellRef ladderparse(const std::string &text) { return level1(text); }

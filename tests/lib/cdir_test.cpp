@@ -57,25 +57,21 @@ TEST(CDirectories, EachNameOnceInItsRecord) {
 TEST(CDirectories, OpenAndCloseFailures) {
   std::string dir = scratchdir();
   writefile(dir + "a", "1");
-  for (const auto &[program, printed] : std::vector<std::pair<std::string, std::string>>{
-           {"x{closedir 0}V x errno", "(V01 9)"},
-           {"p{calloc 1 304}x{closedir p}V x errno", "(V01 9)"},  // a record with no listing
-           {"x{opendir (strdup (init []))}V x errno", "(V0 2)"},
-           {"x{opendir (strdup (init [/nonexistent/tolm]))}V x errno", "(V0 2)"},
-           {"x{opendir (strdup (init [" + dir + "a]))}V x errno", "(V0 20)"},
-           {"opendir (init [" + dir + "])", "Z"},  // a post is no address
-       })
-    EXPECT_EQ(ran(program), printed) << program;
+  expectprinted({{"x{closedir 0}V x errno", "(V01 9)"},
+                 {"p{calloc 1 304}x{closedir p}V x errno", "(V01 9)"},  // a record with no listing
+                 {"x{opendir (strdup (init []))}V x errno", "(V0 2)"},
+                 {"x{opendir (strdup (init [/nonexistent/tolm]))}V x errno", "(V0 2)"},
+                 {"x{opendir (strdup (init [" + dir + "a]))}V x errno", "(V0 20)"},
+                 {"opendir (init [" + dir + "])", "Z"}},  // a post is no address
+                true);
 }
 
 TEST(Sockets, ConstantsAndByteOrders) {
-  EXPECT_EQ(ran("af_unspec"), "0");
-  EXPECT_EQ(ran("V sock_stream ai_passive"), "(V1 1)");
-  EXPECT_EQ(ran("addrinfo"), "48");
-  EXPECT_EQ(ran("ntohl 128"), "2147483648");   // unsigned
-  EXPECT_EQ(ran("htonl 128"), "02147483648");  // the word read as signed
-  EXPECT_EQ(ran("V (htons 1) (ntohs 256)"), "(V256 1)");
-  EXPECT_EQ(ran("gai_strerror 02"), std::to_string((uintptr_t)gai_strerror(-2)));
+  expectprinted({{"af_unspec", "0"}, {"V sock_stream ai_passive", "(V1 1)"}, {"addrinfo", "48"},
+                 {"ntohl 128", "2147483648"}, {"htonl 128", "02147483648"},  // unsigned; the word read as signed
+                 {"V (htons 1) (ntohs 256)", "(V256 1)"},
+                 {"gai_strerror 02", std::to_string((uintptr_t)gai_strerror(-2))}},
+                true);
 }
 
 TEST(Sockets, BuffersByClass) {

@@ -19,8 +19,8 @@ std::string ranhere(const std::string &text) {
   return printed;
 }
 
-void expectprinted(std::initializer_list<std::pair<const char *, const char *>> cases) {
-  for (const auto &[program, printed] : cases) EXPECT_EQ(ranhere(program), printed) << program;
+void expectprinted(const std::vector<std::pair<std::string, std::string>> &cases, bool inchild) {
+  for (const auto &[program, printed] : cases) EXPECT_EQ(inchild ? ran(program) : ranhere(program), printed) << program;
 }
 
 Child ranlimited(const std::string &text, unsigned seconds) {

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "core/cell.h"
 #include "tests/support.h"
@@ -12,8 +13,8 @@
 // The printed result of the text as a whole program, or the message of its failure.
 std::string ran(const std::string &text);
 std::string ranhere(const std::string &text);
-// Each program, run in this process, against what it prints.
-void expectprinted(std::initializer_list<std::pair<const char *, const char *>> cases);
+// Each program against what it prints, run in this process, or in a child when inchild is set.
+void expectprinted(const std::vector<std::pair<std::string, std::string>> &cases, bool inchild = false);
 // The child that ran the text, killed after the given seconds; the printed result is its output.
 Child ranlimited(const std::string &text, unsigned seconds = 20);
 // The text with every "@KEY@" replaced by its value, for programs that name scratch paths.

@@ -9,10 +9,10 @@
 #include "tests/lib/libtest.h"
 
 TEST(Load, RunsTheTextAgainstTheProgram) {
-  EXPECT_EQ(ran("load [outer 5],outer\\x\\K x"), "K5");  // the program's own definitions are there
-  EXPECT_EQ(ran("load [word 3,word\\value\\value]"), "3");  // word locals become letters
-  EXPECT_EQ(ran("s{strdup (init [K 5 6])}r{load s}x{free s}r"), ran("load [K 5 6]"));  // a C string
-  EXPECT_EQ(ran("load (init [K 5 6])"), "5");                                 // a post
+  expectprinted({{"load [outer 5],outer\\x\\K x", "K5"},  // the program's own definitions are there
+                 {"load [word 3,word\\value\\value]", "3"},  // word locals become letters
+                 {"s{strdup (init [K 5 6])}r{load s}x{free s}r", "5"}, {"load (init [K 5 6])", "5"}},  // C string, post
+                true);
 }
 
 TEST(Load, Nests) {
