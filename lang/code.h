@@ -24,7 +24,7 @@ enum class Op : uint8_t {
   select,   // top K: drop it and go on; top H: drop it, go to c; anything else: go to m
   jump,     // go to c
   let,      // pop into slot s
-  done,     // the top is the result of the activation
+  done,     // the top is the result of the activation; n = 1 when it is normal as made
   apply,    // apply the value under the top n terms to them; s = 1 in tail position, else resume at c
   resume,   // frame that resumes at c; the values above now belong to a nested activation
   argument, // pop a term into a frame that applies the value to it
@@ -36,6 +36,9 @@ enum class Op : uint8_t {
             // on the way to a case that does not read it
   enter,    // the value in slot s applied to the waiting arguments, as the activation's last act;
             // n = 1 when nothing after reads slot s
+  invoke,   // the value in slot s applied to the top n values: a known abstraction with n parameters
+            // runs its code at once, anything else gets them in argument frames as enter does; c = 1
+            // in tail position, m = 1 when nothing after reads slot s
 };
 
 // Where the application of a value goes by the value's shape: a pair V x or J x y with x and

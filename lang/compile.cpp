@@ -99,6 +99,7 @@ struct Compiler {
   bool call(Cell *h, const Items &a, int arity, bool tail);
   bool partial(Cell *h, const Items &a, Cell *real, int arity, bool tail);
   bool staticnormal(Cell *t);
+  bool plain(const Item &i);
 };
 
 // A global constant whose entry is a value already: that entry stays for the run.
@@ -188,17 +189,32 @@ void Compiler::applyterm(Cell *t, const Items &items, size_t from, bool tail) {
   finish(tail);
 }
 
-// The items wait in argument frames while the head is evaluated in their sight.
+// An item that is a value as it stands: a slot, a variable, or a closed normal term.
+bool Compiler::plain(const Item &i) {
+  if (!i.t) return true;
+  return vars(i.t) ? isleafcell(i.t) : isnormal(i.t);
+}
+
+// The items wait in argument frames while the head is evaluated in their sight. A slot's value
+// applied gets its leading items that need no evaluation as values instead, so that a known
+// abstraction's code can take them without the frames; the rest wait above it all the same.
 void Compiler::framed(const Item &head, const Items &items, size_t from, bool tail) {
-  size_t resume = tail ? 0 : emit(Op::resume);
-  for (size_t i = items.size(); i-- > from;) waits(items[i]);
+  size_t plainend = from;
+  while (!head.t && plainend < items.size() && plain(items[plainend])) plainend++;
+  bool rest = plainend < items.size();
+  bool nested = !tail && (plainend == from || rest);
+  size_t resume = nested ? emit(Op::resume) : 0;
+  for (size_t i = items.size(); i-- > plainend;) waits(items[i]);
   if (head.t) {
     term(head);
     emit(Op::done);
+  } else if (plainend > from) {
+    for (size_t i = from; i < plainend; i++) term(items[i]);
+    emit(Op::invoke, tail || rest, 0, (int)(plainend - from), head.slot);
   } else {
     emit(Op::enter, 0, 0, 0, head.slot);
   }
-  if (!tail) patch(resume);
+  if (nested) patch(resume);
 }
 
 // A variable's value applied: a pair of V or J hands its parts to the next item, K keeps the
@@ -354,14 +370,18 @@ bool Compiler::partial(Cell *h, const Items &a, Cell *real, int arity, bool tail
     while (first < m && isvalue(a[first])) first++;
   bool grabs = lazyhead(h) && tail;
   size_t grab = grabs ? emit(Op::grab, 0, 0, arity - m) : 0;
+  // the prefix keeps the leading arguments that are closed, so that it is a cell of the text;
+  // values with variables are paired on rather than copied into a fresh prefix
+  int closed = 0;
+  while (closed < first && a[closed].t && !vars(a[closed].t)) closed++;
   Cell *prefix = real ? real : h;
-  for (int i = m; real && i > first; i--) prefix = prefix->left;
+  for (int i = m; real && i > closed; i--) prefix = prefix->left;
   term(prefix);
-  for (int i = first; i < m; i++) {
+  for (int i = closed; i < m; i++) {
     value(a[i]);
     emit(Op::pair);
   }
-  if (tail) emit(Op::done);
+  if (tail) emit(Op::done, 0, 0, 1);  // normal values given to a head short of its arguments
   if (grabs) {
     patch(grab);
     if (real) {

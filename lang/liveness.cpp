@@ -19,7 +19,8 @@ Slots reads(const Code &code, const Ins &in) {
     case Op::slot:
     case Op::take:
     case Op::dynamic:
-    case Op::enter: r.set(in.s); break;
+    case Op::enter:
+    case Op::invoke: r.set(in.s); break;
     case Op::build:
     case Op::defer:
       for (uint32_t v = freeset(code.cells[in.c].get()); v; v &= v - 1) r.set(code.maps[in.m][__builtin_ctz(v)]);
@@ -30,7 +31,8 @@ Slots reads(const Code &code, const Ins &in) {
 }
 
 bool ends(const Ins &in) {
-  return in.op == Op::done || in.op == Op::enter || ((in.op == Op::call || in.op == Op::apply) && in.s);
+  return in.op == Op::done || in.op == Op::enter || ((in.op == Op::call || in.op == Op::apply) && in.s) ||
+         (in.op == Op::invoke && in.c);
 }
 
 // Where each instruction may go next. An instruction that ends the activation goes nowhere,
@@ -98,6 +100,7 @@ void lastreads(Code &code) {
     for (uint32_t j : next[i]) out |= in[j];
     if (ins.op == Op::slot && !out[ins.s]) ins.op = Op::take;
     if (ins.op == Op::enter) ins.n = !out[ins.s];
+    if (ins.op == Op::invoke) ins.m = !out[ins.s];
     if (ins.op == Op::build || ins.op == Op::defer) {
       Slots given;  // two letters may stand for one slot, which is given up once
       for (uint32_t v = freeset(code.cells[ins.c].get()); v; v &= v - 1) {

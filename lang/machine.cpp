@@ -87,9 +87,21 @@ void dropframes(size_t n) {
   while (frames.size() > n) dropframe();
 }
 
-void pushframe(Kind kind, Cell *counted) { frames.push_back({counted, nullptr, 0, 0, 0, kind}); }
+// A new frame, its fields written in place: a frame built aside and copied in is written in
+// small stores and read back in wide ones, which stalls the processor on every call.
+void newframe(Kind kind, Cell *cell, const Code *code, uint32_t pc, uint32_t base, uint32_t floor) {
+  Frame &f = frames.emplace_back();
+  f.cell = cell;
+  f.code = code;
+  f.pc = pc;
+  f.base = base;
+  f.floor = floor;
+  f.kind = kind;
+}
 
-void pushcode(const Act &a, uint32_t pc) { frames.push_back({nullptr, a.code, pc, a.base, a.floor, Kind::code}); }
+void pushframe(Kind kind, Cell *counted) { newframe(kind, counted, nullptr, 0, 0, 0); }
+
+void pushcode(const Act &a, uint32_t pc) { newframe(Kind::code, nullptr, a.code, pc, a.base, a.floor); }
 
 // Whether a frame holds an argument for a linear head, as the literal machine finds (T r) frames.
 bool waiting(const Frame &f) {
@@ -190,15 +202,35 @@ void enter(Run &run, CellRef &e, Cell *head, Cell *def) {
 struct Closure {
   CellRef lambda, from;
   std::vector<CellRef> values;  // in letter order
+  const Code *code = nullptr;   // of from, once asked for; the entry holds from, so it stays
 };
 std::unordered_map<Cell *, Closure> closures;
 uint64_t closuresgeneration = ~0ull;
 size_t closureslimit = 4096;
+// The entry found last: a walk over a list applies one abstraction to each element.
+Cell *lastlambda = nullptr;
+Closure *lastclosure = nullptr;
 
 void closuresfresh() {
   if (closuresgeneration == tablesgeneration) return;
   closures.clear();
+  lastlambda = nullptr;
   closuresgeneration = tablesgeneration;
+}
+
+Closure *knownclosure(Cell *lambda) {
+  closuresfresh();
+  if (lambda == lastlambda) return lastclosure;
+  auto found = closures.find(lambda);
+  if (found == closures.end()) return nullptr;
+  lastlambda = lambda;
+  lastclosure = &found->second;
+  return lastclosure;
+}
+
+const Code &closurecode(Closure &k) {
+  if (!k.code) k.code = &codeof(k.from.get());
+  return *k.code;
 }
 
 // The activation of a known abstraction applied to first (unless null) and to the values that
@@ -206,10 +238,9 @@ void closuresfresh() {
 // and the frames that held them go. Null, with nothing changed, when the abstraction is not known
 // or too few values wait for its parameters.
 const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
-  closuresfresh();
-  auto found = closures.find(lambda);
-  if (found == closures.end()) return nullptr;
-  const Code &code = codeof(found->second.from.get());
+  Closure *known = knownclosure(lambda);
+  if (!known) return nullptr;
+  const Code &code = closurecode(*known);
   uint32_t need = code.params - (first ? 1 : 0);
   size_t top = frames.size();
   if (!code.ok || code.params == 0 || top < run.frames + need) return nullptr;
@@ -221,7 +252,7 @@ const Code *closurecall(Run &run, Cell *lambda, Cell *first) {
     args.push_back(f.kind == Kind::deferred ? built(f) : CellRef(held(f)));
     if (!isnormal(args.back().get())) return nullptr;
   }
-  for (const CellRef &v : found->second.values) push(v.get());
+  for (const CellRef &v : known->values) push(v.get());
   if (first) push(first);
   for (CellRef &r : args) stack.push_back(r.release());
   args.clear();
@@ -449,7 +480,7 @@ void defer(const Act &a, const Ins &in) {
   }
   for (uint32_t v = in.gives; v; v &= v - 1) stack[a.base + map[__builtin_ctz(v)]] = nullptr;
   cellinc(t);
-  frames.push_back({t, nullptr, 0, start, (uint32_t)captures.size() - start, Kind::deferred});
+  newframe(Kind::deferred, t, nullptr, 0, start, (uint32_t)captures.size() - start);
 }
 
 // The prelude's K keeps the first of two arguments; its H drops the first and gives I, which
@@ -541,11 +572,12 @@ bool quickly(Run &run, Act &a, CellRef &e, const Ins &in) {
 }
 
 // The top is the activation's value: an activation that waits for it goes on at once, and
-// anything else is left to the machine.
-bool finish(Run &run, Act &a, CellRef &e) {
+// anything else is left to the machine. A value known to be normal goes back unanalysed: a list
+// that code builds need not be analysed cell by cell while nothing asks.
+bool finish(Run &run, Act &a, CellRef &e, bool normal = false) {
   Cell *v = pop();
   truncate(a.floor);
-  if (frames.size() > run.frames && frames.back().kind == Kind::code && isnormal(v)) {
+  if (frames.size() > run.frames && frames.back().kind == Kind::code && (normal || isnormal(v))) {
     const Frame &f = frames.back();
     a = Act{f.code, f.pc, f.base, f.floor};
     frames.pop_back();
@@ -597,6 +629,49 @@ bool applyslot(Run &run, Act &a, CellRef &e, const Ins &in) {
   return true;
 }
 
+// The value of slot s applied to the top n values. A known abstraction with n parameters runs its
+// code in a new activation, or in place of this one in tail position; anything else meets the
+// values in argument frames, as the machine keeps them.
+bool invoke(Run &run, Act &a, CellRef &e, const Ins &in) {
+  Cell *f = stack[a.base + in.s];
+  Closure *known = !isleafcell(f) && shapeof(f) == 'u' ? knownclosure(f) : nullptr;
+  const Code *code = known ? &closurecode(*known) : nullptr;
+  uint32_t n = in.n, top = (uint32_t)stack.size();
+  bool direct = code && code->ok && code->params == n;
+  for (uint32_t i = top - n; direct && i < top; i++) direct = isnormal(stack[i]);
+  if (!direct) {
+    if (!in.c) {
+      pushcode(a, a.pc);
+      a.floor = top - n;
+    }
+    for (uint32_t i = 0; i < n; i++) pushframe(Kind::argument, pop());
+    return applyslot(run, a, e, Ins{Op::enter, (uint8_t)in.m, in.s});
+  }
+  counted();
+  if (in.m) {
+    stack[a.base + in.s] = nullptr;
+    celldec(f);  // the entry holds the abstraction and its values
+  }
+  uint32_t base = top - n, captured = code->captured;
+  if (in.c) {
+    for (uint32_t i = a.floor; i < base; i++) release(stack[i]);
+    memmove(&stack[a.floor], &stack[base], n * sizeof(Cell *));
+    base = a.floor;
+  } else {
+    pushcode(a, a.pc);
+  }
+  stack.resize(base + n);  // what lay above was given up or moved
+  stack.resize(base + std::max(code->slots, captured + n), nullptr);
+  memmove(&stack[base + captured], &stack[base], n * sizeof(Cell *));
+  for (uint32_t i = 0; i < captured; i++) {
+    stack[base + i] = known->values[i].get();
+    cellinc(stack[base + i]);
+  }
+  stack.resize(base + code->slots);
+  a = Act{code, 0, base, base};
+  return true;
+}
+
 // Runs code until it hands a term to the machine in e, or its value to a frame that is no code.
 void runcode(Run &run, Act a, CellRef &e) {
   for (bool going = true; going;) {
@@ -622,7 +697,7 @@ void runcode(Run &run, Act a, CellRef &e) {
         release(stack[a.base + in.s]);
         stack[a.base + in.s] = pop();
         break;
-      case Op::done: going = finish(run, a, e); break;
+      case Op::done: going = finish(run, a, e, in.n); break;
       case Op::apply: applyterms(a, e, in), going = false; break;
       case Op::resume:
         pushcode(a, in.c);
@@ -636,6 +711,7 @@ void runcode(Run &run, Act a, CellRef &e) {
         break;
       case Op::dynamic: a.pc = dynamic(a, in); break;
       case Op::enter: going = applyslot(run, a, e, in); break;
+      case Op::invoke: going = invoke(run, a, e, in); break;
     }
   }
 }
@@ -679,6 +755,7 @@ void lambdamade(Cell *lambda, Cell *from, Cell *const *values, uint32_t vars) {
   if (closures.count(lambda)) return;
   if (closures.size() >= closureslimit) {
     std::erase_if(closures, [](const auto &entry) { return countof(entry.first) == 1; });
+    lastlambda = nullptr;
     closureslimit = std::max<size_t>(4096, 2 * closures.size());
   }
   Closure c{CellRef(lambda), CellRef(from), {}};

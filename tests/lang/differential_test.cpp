@@ -22,20 +22,20 @@ TEST(Differential, RandomProgramsOnFixedSeeds) {
 TEST(Differential, ShortCutsThatCouldShow) {
   std::string out = scratchdir() + "out";
   for (const char *program : {
-           "g 3 K,g\\x\\V (x+1) (x*2)",            // a linear result takes the waiting argument
-           "g 3 (a\\b\\b),g\\x\\V (wr [a]) (wr [b]),wr\\s\\s",
-           "f 2 3,f\\x\\y\\raws x x",                // one value put in twice is one cell
-           "f 2,f\\x\\raws (K x) (K x)",            // a shared part copied twice is two cells
-           "f 2,f\\x\\raws (1+x) (1+x)",            // fresh results of built-ins
-           "f 2,f\\x\\same f f",
-           "c 1,c\\x\\y\\x+y",                      // a constant whose value is a function
-           "k 7,k\\(x\\x*2)",
+           "gg 3 K,gg\\x\\V (x+1) (x*2)",            // a linear result takes the waiting argument
+           "gg 3 (a\\b\\b),gg\\x\\V (wr [a]) (wr [b]),wr\\s\\s",
+           "ff 2 3,ff\\x\\y\\raws x x",                // one value put in twice is one cell
+           "ff 2,ff\\x\\raws (K x) (K x)",            // a shared part copied twice is two cells
+           "ff 2,ff\\x\\raws (1+x) (1+x)",            // fresh results of built-ins
+           "ff 2,ff\\x\\same ff ff",
+           "cc 1,cc\\x\\y\\x+y",                      // a constant whose value is a function
+           "kk 7,kk\\(x\\x*2)",
            "1,K\\a\\b\\b",                          // the prelude redefined
            "K 1 2,K\\a\\b\\b",
-           "f 5,f\\n\\(n<1)0(f(n-1)),T\\a\\b\\a b",
-           "f 5,f\\n\\(n<1)0(f(n-1)),H\\a\\K",
-           "V (f 1 2) (f 2 3),f\\a\\b\\(a<b)(I a b)(K b a)",
-           "c,c\\c+1",                              // a constant that needs itself
+           "ff 5,ff\\n\\(n<1)0(ff(n-1)),T\\a\\b\\a b",
+           "ff 5,ff\\n\\(n<1)0(ff(n-1)),H\\a\\K",
+           "V (ff 1 2) (ff 2 3),ff\\a\\b\\(a<b)(I a b)(K b a)",
+           "cc,cc\\cc+1",                              // a constant that needs itself
            // operators on word integers, done without the built-in, at their edges
            "V (5/0) (5%0) (05/3) (05%3) (5%03) (07/2) (7%02)",
            "V (999999999999999999+1) (0999999999999999999-2) (999999999999999999*999999999999999999)",
@@ -48,8 +48,8 @@ TEST(Differential, ShortCutsThatCouldShow) {
            "J ((1<2) [a] [b]) (J ((2<1) [a] [b]) (J ((3>3) [a] [b]) (J ((4>3) [a] [b]) ((05=(0-5)) [a] [b]))))",
            "J (((2^70)<3) [a] [b]) (J (((real 1)<2) [a] [b]) (J (([a]<[b]) 1 2) (J ((1<2) [a]) (raws (1<2) (1<2)))))",
            "go 3,go\\n\\(n<1)[z]((n<2)(go (n-1)) [y]),H\\a\\K",
-           "load [g 2,g\\x\\x+1]",
-           "load [g,g\\g]",
+           "load [gg 2,gg\\x\\x+1]",
+           "load [gg,gg\\gg]",
            "(load [K,h\\x\\x]) 3",
        })
     expectalike(program, out);
@@ -77,6 +77,47 @@ TEST(Differential, LastReadsMoveValues) {
            "go (tx 0),go\\s\\(x\\y\\raws x y) s s,tx\\q\\([a]+[b])+[c]",      // one slot for two names
            "go (tx 0),go\\s\\(x\\x+x) s,tx\\q\\([a]+[b])+[c]",
            "strlen (bu 300 []),bu\\n\\s\\(n=0)s(bu(n-1)(s+[ab]))",
+       })
+    expectalike(program, out);
+}
+
+// A value in a slot applied to values that need no evaluation: a known abstraction with as many
+// parameters takes them at once, with the values it captured below them; any other value, or an
+// abstraction given fewer or more, meets them in argument frames.
+TEST(Differential, AppliedValuesTakeTheirArguments) {
+  std::string out = scratchdir() + "out";
+  for (const char *program : {
+           "ap (x\\x*2) 5,ap\\f\\a\\f a",                          // in tail position
+           "ap (x\\x*2) 5,ap\\f\\a\\(f a)+1",
+           "mk 3,mk\\n\\ap (x\\x+n) 5,ap\\f\\a\\(f a)*(f 1)",       // captured values, read twice
+           "mk 3 4,mk\\n\\m\\ap (x\\y\\(x-y)*n+m) 5,ap\\f\\a\\(f a 2)+(f 3 a)",
+           "ap (x\\y\\x-y) 5,ap\\f\\a\\(f a) 2",
+           "ap (x\\y\\x-y) 5,ap\\f\\a\\V (f a) 1",                 // too few: a partial result
+           "ap (x\\K) 5,ap\\f\\a\\f a [p] [q]",                    // too many
+           "ap K 5,ap\\f\\a\\V (f a 1) (f 2 a)",                   // no abstraction
+           "ap (V 1) 5,ap\\f\\a\\f a K",
+           "ap (x\\y\\raws x y) [t],ap\\f\\a\\f a a",               // one cell given twice
+           "ap (x\\raws x [t]) [t],ap\\f\\a\\V (f a) (raws f f)",
+           "ap (x\\y\\same x y) 5,ap\\f\\a\\V (f a a) (f a 5)",
+           "ap (x\\(x<3)[s][b]) 5,ap\\f\\a\\V (f a) (f 1)",
+           "ap (x\\x<3) 5,ap\\f\\a\\V ((f a) (a+1) (a*2)) ((f 1) [s] (a-1))",  // more, left waiting
+           "ap (x\\y\\x-y) 5,ap\\f\\a\\V (f a (a+1)) 0",
+           "ap (x\\J x) 5,ap\\f\\a\\V (f a (a+1) (a+2)) (f a (a+1) (a+2) K)",  // a linear result
+           "ap (x\\y\\K y) [s],ap\\f\\a\\raws (f a a (a+[t])) a",
+           // a named head short of its arguments, its variables paired on
+           "go 5 [s],go\\n\\s\\V (J n) (V n s) (raws (J s) (J s))",
+           "go [s],go\\s\\(J s [t]) (a\\b\\raws a s)",
+           "go 3,go\\n\\(n=0)K(J n (go(n-1)))",
+           "(go 40) I (a\\b\\V (a+1) b) K,go\\n\\(n=0)K(J n (go(n-1)))",  // taken apart, unanalysed
+           "su (go 300) 0,go\\n\\(n=0)K(J (V n) (go(n-1))),su\\l\\s\\l I (h\\t\\K(su t (s+(h 1 K)))) s",
+           "ap (x\\x) (go 5),go\\n\\(n=0)K(J n (go(n-1))),ap\\f\\a\\raws (f a) a",
+           "gg 1,gg\\x\\V (ff x) (wr [b]),ff\\x\\T (wr [a]) I,"  // a call gives back a term still to reduce
+           "out\\fileno(fopen (init [@OUT@]) (init [w])),wr\\s\\write out s (strlen s)",
+           "fold (x\\y\\x+y) 0 (map (x\\x*x) (keep (x\\x%3=0) (upto 300))),"
+           "upto\\n\\(n=0)K(J n (upto(n-1))),"
+           "map\\f\\l\\l I (h\\t\\K(J (f h) (map f t))) K,"
+           "keep\\f\\l\\l I (h\\t\\K((f h)(J h (keep f t))(keep f t))) K,"
+           "fold\\f\\a\\l\\l I (h\\t\\K(fold f (f a h) t)) a",
        })
     expectalike(program, out);
 }
