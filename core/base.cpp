@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,16 +16,11 @@ int64_t starttime = 0;
 std::string *logcapture = nullptr;
 void (*stophook)() = nullptr;
 
-// On this platform files are always binary and sockets need no start. The parser and the printer
-// of deep program texts recurse by nesting, so the stack may grow as far as the system lets it.
-// The memory limit of runs is read once, here.
+// On this platform files are always binary and sockets need no start. The memory limit of runs is
+// read once, here. Every pass over program text and terms walks with stacks of its own, so the
+// system's stack limit is left as it is.
 void tolmstart() {
   starttime = (int64_t)time(nullptr);
-  rlimit stack;
-  if (getrlimit(RLIMIT_STACK, &stack) == 0 && stack.rlim_cur != RLIM_INFINITY) {
-    stack.rlim_cur = stack.rlim_max == RLIM_INFINITY ? (rlim_t)1 << 30 : stack.rlim_max;
-    setrlimit(RLIMIT_STACK, &stack);
-  }
   memorysetup();
 }
 

@@ -12,6 +12,7 @@
 namespace {
 std::string sink;  // the log and the trace of exact sums go here, never to files
 std::string folder, home;  // the private folder, and the working directory the fuzzer has
+std::string root;          // the folder in it that "/" names
 uint64_t inputsteps = 0;  // where the machine's count stood when the input began
 
 // Every 4096 steps: the input ends when its steps or the memory it holds run out.
@@ -30,7 +31,10 @@ void fuzzstart() {
   char *cwd = getcwd(nullptr, 0);
   if (!mkdtemp(name) || !cwd) abort();
   folder = name;
+  root = folder + "/root";
   home = cwd;
+  std::filesystem::create_directory(root);
+  pathsinstall(root);
   free(cwd);
   atexit([] { std::filesystem::remove_all(folder); });
   logcapture = &sink;
@@ -39,6 +43,8 @@ void fuzzstart() {
   judgeinstall();
   budgetspent = spent;
 }
+
+const std::string &fuzzroot() { return root; }
 
 void inputbegin() {
   if (chdir(folder.c_str()) != 0) abort();

@@ -51,6 +51,17 @@ const std::vector<std::string> &running();
 // Ends the input when the memory held passes its bound.
 void heldcheck();
 
+// The fence of paths (paths.cpp): the libraries' calls of the C functions that take a path reach
+// it instead. An absolute path names a place under folder, which "/" is to them; a relative one
+// must name an entry of the working directory.
+void pathsinstall(const std::string &folder);
+// The folder that "/" names, made empty by fuzzstart.
+const std::string &fuzzroot();
+
 // The judge (judge.cpp): the one place that tells the stops the language asks for, which end an
 // input, from every other stop, which is a fault and aborts as it always does.
 void judgeinstall();
+// Set by the editor's target while the current document's undo log no longer fits its text, as
+// the editor allows after some keys: the judge then lets the checks of a record against the text
+// end the input too.
+extern bool logmisfit;

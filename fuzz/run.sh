@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Builds one fuzz target and runs it for the given seconds on its kept corpus, under both
 # sanitizers; fails on any finding. Usage: fuzz/run.sh TARGET SECONDS [more libFuzzer flags]
-# Targets: program, numbers. New inputs that reach new code go to build-fuzz/corpus/TARGET, and a
+# Targets: program, numbers, editor. New inputs that reach new code go to build-fuzz/corpus/TARGET, and a
 # finding is written to build-fuzz/findings/ as the input that caused it.
 set -euo pipefail
 here="$(cd "$(dirname "$0")/.." && pwd)"
-target="${1:?target: program or numbers}"
+target="${1:?target: program, numbers or editor}"
 seconds="${2:?seconds to run}"
 shift 2
 bash "$here/scripts/deps.sh" fuzz

@@ -105,30 +105,6 @@ void writefile(const std::string &path, const std::string &bytes) {
   fclose(f);
 }
 
-void editorreset(int64_t w, int64_t h) {
-  width = w;
-  height = h;
-  keys.clear();
-  painter = defaultpainter;
-  hold = 0;
-  fresh = 1;
-  docs.clear();
-  forgetlogs();
-  openlog(scratchname);
-  docs[scratchname] = newdoc("");
-  curname = scratchname;
-  mark = -1;
-  alphabet = 3;
-  kink = defaultkink;
-  killtext.clear();
-  listsel = 0;
-  flipped = 0;
-  screenresize();
-  resetprompt();
-  testlog.clear();
-  testscreen.clear();
-}
-
 static CellRef sexpat(const std::string &s, size_t &i) {
   CellRef acc("");
   bool any = false;

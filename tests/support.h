@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "tests/edit/reset.h"
+
 // What the log and the screen received since the last clear; every test runs with both captured.
 extern std::string testlog, testscreen;
 
@@ -29,6 +31,3 @@ void writefile(const std::string &path, const std::string &bytes);
 // and a sequence applies left to right, so "(f x y)" is the pair of the pair (f x) with y.
 #include "core/cell.h"
 CellRef sexp(const std::string &text);
-
-// Puts the editor globals back to their start values with the given documents and window.
-void editorreset(int64_t w = 80, int64_t h = 24);

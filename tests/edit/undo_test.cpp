@@ -55,6 +55,19 @@ TEST_F(Log, RedoAndTheUndoOfAnUndo) {
   EXPECT_EQ(textof(cur()), "abc");
 }
 
+// After three undos and two redos the last undo's link names a record that the redos took away:
+// the next undo raises no link and reverses the undo that is left, bringing the "h" back.
+TEST_F(Log, AnUndoAfterTwoRedosWhoseLinkIsGone) {
+  opendoc("/g", "");
+  typetext(")\x1fh\x1f\x1f\x1f\x12\x12");
+  EXPECT_EQ(textof(cur()), "");
+  press("\x1f");
+  EXPECT_EQ(textof(cur()), "h");
+  EXPECT_EQ(lastop()->w, 11u);
+  press("\x1f");
+  EXPECT_EQ(textof(cur()), "");
+}
+
 TEST_F(Log, CanUndoReadsAnOffsetAsALink) {
   for (uint64_t at : {0u, 2u, 3u}) {
     opendoc("/e" + std::to_string(at), "abcdef");
@@ -154,4 +167,16 @@ TEST_F(Log, UndoingEverythingRestoresTheSavedText) {
     ASSERT_EQ(textof(cur()), saved) << "round " << round;
     ASSERT_TRUE(isclean(cur())) << "round " << round;
   }
+}
+
+// A byte overtyped at the end of the text is appended, and its undo types back the newline that
+// the end reads as, in place of taking the byte away: the text keeps one byte more.
+TEST_F(Log, AnOvertypeAtTheEndIsUndoneToANewline) {
+  opendoc("/e", "ab\n");
+  typetext("\x18\x05Q\x0eu");
+  EXPECT_EQ(textof(cur()), "abQu");
+  press("\x1f");
+  EXPECT_EQ(textof(cur()), "abQ\n");
+  press("\x1f");
+  EXPECT_EQ(textof(cur()), "ab\n\n");
 }

@@ -132,7 +132,8 @@ TEST(Programs, ConstantsThatNeedThemselves) {
   EXPECT_EQ(r.printed, "1");
 }
 
-// Texts nested far beyond any native stack: read, checked, run and printed.
+// Texts nested far beyond any native stack, which the processes leave at the system's size: read,
+// checked, run and printed.
 TEST(Programs, DeeplyNestedTextsRunAndPrint) {
   const int n = 200000;
   std::string calls, partial, want;
@@ -142,6 +143,10 @@ TEST(Programs, DeeplyNestedTextsRunAndPrint) {
   r = run(partial + "1" + std::string(n, ')'));
   want.resize(want.size() - 3);
   EXPECT_EQ(r.printed, want + "K1" + std::string(n - 1, ')'));
+  std::string sums(n, '('), wings;
+  for (int i = 0; i < n; i++) sums += "+1)", wings += "x{1}(";
+  EXPECT_EQ(run(sums.insert(n, "1")).printed, std::to_string(n + 1));
+  EXPECT_EQ(run(wings + "x" + std::string(n, ')')).printed, "1");
 }
 
 // A run stopped by the memory limit says why, gives back what it held, and the next run is as any
