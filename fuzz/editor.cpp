@@ -109,7 +109,8 @@ Seen seen(const std::string &name, const Doc &d) {
 }
 
 // What is known of a document's history. Its log fits its text until the text changes without a
-// record (C-y types without one; Save onto a loaded document replaces it and keeps its log).
+// record (C-y types without one; Save onto a loaded document replaces it and keeps its log), or
+// until records of both modes meet in it, since a typed byte is undone by the mode of the moment.
 // Undoing everything gives back where it began until the log loses records (a redo, M-d), and
 // only in the one mode, inserting or overtyping, in which all records were made and undone: a
 // typed byte and Backspace are undone by what the mode of the moment does. A byte overtyped at
@@ -175,11 +176,14 @@ void follow(const std::string &name, const Seen &now, const Seen *before) {
     return;
   }
   History &k = h->second;
-  if (now.v < before->v || (now.v != before->v && k.mode != -1 && k.mode != before->over)) k.whole = false;
-  if (now.v != before->v) k.mode = before->over;
   bool appended = before->point == (int64_t)before->text.size() && now.text.size() == before->text.size() + 1;
-  if (now.v != before->v && before->over && appended) k.whole = false;
-  if (now.v == before->v && now.text != before->text) k.fits = false;
+  bool recorded = now.v != before->v;
+  // Records of both modes in one log, or an overtype that appended, leave the text and the log
+  // apart once they are undone or done again: the log then no longer fits as well.
+  bool drifts = recorded && ((k.mode != -1 && k.mode != before->over) || (before->over && appended));
+  if (now.v < before->v || drifts) k.whole = false;
+  if (drifts || (!recorded && now.text != before->text)) k.fits = false;
+  if (recorded) k.mode = before->over;
 }
 
 // Ends the input before a key that would pass the bounds: a count of Taps beyond the text's
