@@ -273,11 +273,16 @@ static uint64_t pairhash(uint64_t left, uint64_t right) {
   return mix(left * 31 + mix(right + 0x9e3779b97f4a7c15ull)) | 1;
 }
 
+static void keepnew(Keep &k, Cell *c, uint64_t h, bool (*lasting)(Cell *)) {
+  if (!lasting || lasting(c)) keepadd(k, c, h);
+  else keeppassing(k, c, h);
+}
+
 static Cell *findmember(const Keep &k, Cell *t, uint64_t h) {
   Cell *found = nullptr;
   flatscan(k.members, h, [&](uint64_t m) {
-    if (comparecells((Cell *)(uintptr_t)m, t) != 0) return false;
-    found = (Cell *)(uintptr_t)m;
+    if (comparecells(keepmember(m), t) != 0) return false;
+    found = keepmember(m);
     return true;
   });
   return found;
@@ -339,7 +344,8 @@ static void layout(Cell *t, const Keep &k, Layout &out) {
 
 // A term found yields the member; a leaf not found goes in; a pair not found has its children
 // interned first and goes in itself, or as a new pair when a child came back as another cell.
-CellRef cellkeep(CellRef ref) {
+// Each new member is asked of lasting after its children, when it is given.
+CellRef cellkeepif(CellRef ref, bool (*lasting)(Cell *)) {
   Keep &k = keepset();
   Layout lay;
   layout(ref.get(), k, lay);
@@ -361,7 +367,7 @@ CellRef cellkeep(CellRef ref) {
       if (Cell *m = findmember(k, x.c, x.h)) {
         result = m;
       } else if (isleafcell(x.c)) {
-        keepadd(k, x.c, x.h);
+        keepnew(k, x.c, x.h, lasting);
         result = x.c;
       } else {
         // A cell met again that is still not in the set is interned from its first entry.
@@ -387,12 +393,14 @@ CellRef cellkeep(CellRef ref) {
       cellinc(result);
       t = newpair(f.left, result);
     }
-    keepadd(k, t, e[f.i].h);
+    keepnew(k, t, e[f.i].h, lasting);
     result = t;
     stack.pop_back();
   }
   return CellRef(result);
 }
+
+CellRef cellkeep(CellRef ref) { return cellkeepif(std::move(ref), nullptr); }
 
 const char blobdigits[65] = "_abcdefghijklmnopqrustvwzxy0123456789ABCDEFGHIJKLMNOPQRUSTVWZXY~";
 

@@ -22,54 +22,57 @@ Keep &keepset() {
 size_t flathome(const Flat &f, uint64_t key) {
   key ^= key >> 31;
   key *= 0x9e3779b97f4a7c15ull;
-  return (size_t)(key >> 17) & (f.keys.size() - 1);
+  return (size_t)(key >> 17) & (f.slots.size() - 1);
 }
 
 static void flatresize(Flat &f, size_t slots) {
   Flat bigger;
-  bigger.keys.assign(slots, 0);
-  bigger.values.assign(bigger.keys.size(), 0);
-  for (size_t i = 0; i < f.keys.size(); i++)
-    if (f.keys[i]) flatput(bigger, f.keys[i], f.values[i]);
+  bigger.slots.assign(slots, Slot{0, 0});
+  for (const Slot &s : f.slots)
+    if (s.key) flatput(bigger, s.key, s.value);
   std::swap(f, bigger);
 }
 
-static void flatgrow(Flat &f) { flatresize(f, f.keys.empty() ? 16 : f.keys.size() * 2); }
+static void flatgrow(Flat &f) { flatresize(f, f.slots.empty() ? 16 : f.slots.size() * 2); }
 
 void flatreserve(Flat &f, size_t n) {
-  size_t slots = f.keys.empty() ? 16 : f.keys.size();
+  size_t slots = f.slots.empty() ? 16 : f.slots.size();
   while (2 * n > slots) slots *= 2;
-  if (slots > f.keys.size()) flatresize(f, slots);
+  if (slots > f.slots.size()) flatresize(f, slots);
 }
 
 void flatput(Flat &f, uint64_t key, uint64_t value) {
   must(key != 0);
-  if (2 * (f.count + 1) > f.keys.size()) flatgrow(f);
-  size_t mask = f.keys.size() - 1, i = flathome(f, key);
-  while (f.keys[i]) i = (i + 1) & mask;
-  f.keys[i] = key;
-  f.values[i] = value;
+  if (2 * (f.count + 1) > f.slots.size()) flatgrow(f);
+  size_t mask = f.slots.size() - 1, i = flathome(f, key);
+  while (f.slots[i].key) i = (i + 1) & mask;
+  f.slots[i] = Slot{key, value};
   f.count++;
 }
 
-// Removing an entry moves later entries of its run back into the hole when their home lies at
-// or before it, so that lookups never need markers of removed entries.
-bool flatdrop(Flat &f, uint64_t key, uint64_t value) {
-  if (f.keys.empty()) return false;
-  size_t mask = f.keys.size() - 1, i = flathome(f, key);
-  for (; f.keys[i]; i = (i + 1) & mask)
-    if (f.keys[i] == key && f.values[i] == value) break;
-  if (!f.keys[i]) return false;
-  for (size_t j = (i + 1) & mask; f.keys[j]; j = (j + 1) & mask) {
-    size_t home = flathome(f, f.keys[j]);
+// Empties slot i. Later entries of its run move back into the hole when their home lies at or
+// before it, so that lookups never need markers of removed entries; an entry moves only forward
+// of i or into i itself.
+static void flatdropat(Flat &f, size_t i) {
+  size_t mask = f.slots.size() - 1;
+  for (size_t j = (i + 1) & mask; f.slots[j].key; j = (j + 1) & mask) {
+    size_t home = flathome(f, f.slots[j].key);
     if (((j - home) & mask) >= ((j - i) & mask)) {
-      f.keys[i] = f.keys[j];
-      f.values[i] = f.values[j];
+      f.slots[i] = f.slots[j];
       i = j;
     }
   }
-  f.keys[i] = 0;
+  f.slots[i].key = 0;
   f.count--;
+}
+
+bool flatdrop(Flat &f, uint64_t key, uint64_t value) {
+  if (f.slots.empty()) return false;
+  size_t mask = f.slots.size() - 1, i = flathome(f, key);
+  for (; f.slots[i].key; i = (i + 1) & mask)
+    if (f.slots[i].key == key && f.slots[i].value == value) break;
+  if (!f.slots[i].key) return false;
+  flatdropat(f, i);
   return true;
 }
 
@@ -77,6 +80,11 @@ void keepadd(Keep &k, Cell *member, uint64_t hash) {
   cellinc(member);
   flatput(k.members, hash, (uint64_t)(uintptr_t)member);
   flatput(k.hashes, (uint64_t)(uintptr_t)member, hash);
+}
+
+void keeppassing(Keep &k, Cell *member, uint64_t hash) {
+  cellinc(member);
+  flatput(k.members, hash, (uint64_t)(uintptr_t)member | 1);
 }
 
 void keepdrop(Keep &k, Cell *member) {
@@ -87,9 +95,21 @@ void keepdrop(Keep &k, Cell *member) {
   celldec(member);
 }
 
+// A slot is looked at again after a removal there, since an entry from further on may have moved
+// into it; the entries that move behind the sweep were looked at already and are lasting.
+void keepsettle(Keep &k) {
+  std::vector<Slot> &s = k.members.slots;
+  for (size_t i = 0; i < s.size(); i++)
+    while (s[i].key && (s[i].value & 1)) {
+      Cell *passing = keepmember(s[i].value);
+      flatdropat(k.members, i);
+      celldec(passing);
+    }
+}
+
 Keep::~Keep() {
-  for (size_t i = 0; i < members.keys.size(); i++)
-    if (members.keys[i]) celldec((Cell *)(uintptr_t)members.values[i]);
+  for (const Slot &s : members.slots)
+    if (s.key) celldec(keepmember(s.value));
 }
 
 void (*builtinsource)(Builtins &table) = nullptr;

@@ -37,9 +37,13 @@ extern uint64_t tablesgeneration;
 
 // A flat table of 64-bit keys and values with linear probing, for the lookups of interning, where
 // node-based maps spend their time allocating and chasing pointers. Key 0 marks a free slot; a
-// key may occur more than once.
+// key may occur more than once. A key and its value share a slot, so that a probe touches one
+// line of memory.
+struct Slot {
+  uint64_t key, value;
+};
 struct Flat {
-  std::vector<uint64_t> keys, values;
+  std::vector<Slot> slots;
   size_t count = 0;
   size_t size() const { return count; }
 };
@@ -52,19 +56,23 @@ size_t flathome(const Flat &f, uint64_t key);
 // Calls found(value) for each entry of the key until it returns true; tells whether one did.
 template <class Found>
 bool flatscan(const Flat &f, uint64_t key, Found found) {
-  if (f.keys.empty()) return false;
-  size_t mask = f.keys.size() - 1;
-  for (size_t i = flathome(f, key); f.keys[i]; i = (i + 1) & mask)
-    if (f.keys[i] == key && found(f.values[i])) return true;
+  if (f.slots.empty()) return false;
+  size_t mask = f.slots.size() - 1;
+  for (size_t i = flathome(f, key); f.slots[i].key; i = (i + 1) & mask)
+    if (f.slots[i].key == key && found(f.slots[i].value)) return true;
   return false;
 }
 
 // The interned terms. Members are found by a structural hash and told apart by cellcompare, so
 // that interning costs no walk of the members; the order of members is never looked at. Each
 // member holds one count, given back when it leaves the set or the set goes.
+//
+// A member may be passing: it serves the interning of a batch of terms and leaves when the batch
+// settles (keepsettle). Its value in members carries bit 0, and it has no entry in hashes, which
+// only spares interning the walk of a member met again.
 struct Keep {
-  Flat members;  // structural hash to member
-  Flat hashes;   // member to its structural hash
+  Flat members;  // structural hash to member, bit 0 set when passing
+  Flat hashes;   // lasting member to its structural hash
   Keep() = default;
   Keep(const Keep &) = delete;
   Keep(Keep &&o) noexcept { *this = std::move(o); }
@@ -76,8 +84,12 @@ struct Keep {
   ~Keep();
 };
 Keep &keepset();
+inline Cell *keepmember(uint64_t value) { return (Cell *)(uintptr_t)(value & ~1ull); }
 void keepadd(Keep &k, Cell *member, uint64_t hash);
+void keeppassing(Keep &k, Cell *member, uint64_t hash);
 void keepdrop(Keep &k, Cell *member);
+// Takes the passing members out, by one sweep over the table.
+void keepsettle(Keep &k);
 
 // One row of the built-in table: the number of arguments and the function that rewrites a
 // saturated application into its result.

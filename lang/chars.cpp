@@ -23,21 +23,21 @@ std::string bracketname(unsigned char c) {
   return "69";
 }
 
-bool isword(const std::string &s) {
+bool isword(std::string_view s) {
   if (s.empty()) return false;
   for (unsigned char c : s)
     if (!wordbyte(c)) return false;
   return true;
 }
 
-bool isvarname(const std::string &s) { return s.size() == 1 && s[0] >= 'a' && s[0] <= 'z'; }
+bool isvarname(std::string_view s) { return s.size() == 1 && s[0] >= 'a' && s[0] <= 'z'; }
 
 // The 27 operator characters that may stand as a name, in brackets or after namecore.
 static bool operatorname(unsigned char c) { return among("{,}~!@#$%^&*<>-|+/=\\.`'\":;?", c); }
 
 static bool singlename(unsigned char c) { return (c >= 1 && c <= 31) || (c >= 'A' && c <= 'Z') || c >= 127; }
 
-bool isname(const std::string &s) {
+bool isname(std::string_view s) {
   if (s.empty()) return false;
   unsigned char c = (unsigned char)s[0];
   if (wordbyte(c)) return isword(s);
@@ -45,7 +45,7 @@ bool isname(const std::string &s) {
   return s.size() == 3 && s[2] == ']' && operatorname((unsigned char)s[1]);
 }
 
-bool isleafname(const std::string &s) {
+bool isleafname(std::string_view s) {
   if (s.empty()) return false;
   unsigned char c = (unsigned char)s[0];
   if (wordbyte(c)) return isword(s);

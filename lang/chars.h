@@ -15,10 +15,10 @@ inline bool isprefix(unsigned char c) { return c == '~' || c == '!' || c == '"' 
 
 bool isglue(unsigned char c);
 std::string bracketname(unsigned char c);
-bool isword(const std::string &s);
-bool isvarname(const std::string &s);
-bool isname(const std::string &s);
-bool isleafname(const std::string &s);
+bool isword(std::string_view s);
+bool isvarname(std::string_view s);
+bool isname(std::string_view s);
+bool isleafname(std::string_view s);
 std::string namecore(const std::string &s);
 
 inline bool isbracket(unsigned char c) {

@@ -121,10 +121,12 @@ CellRef rebuildwalk(Cell *root, int mode, Open open, Close close) {
 }
 }  // namespace
 
-// Whether a cell of the term passes the test, by a walk that makes nothing.
+// Whether a cell of the term passes the test, by a walk that makes nothing. No test walks a
+// term itself, so one stack serves every call.
 template <class Test>
 static bool anycell(Cell *t, Test test) {
-  std::vector<Cell *> todo{t};
+  static std::vector<Cell *> todo;
+  todo.assign(1, t);
   while (!todo.empty()) {
     Cell *c = todo.back();
     todo.pop_back();
@@ -180,10 +182,18 @@ CellRef unpair(const CellRef &t) {
   return rebuildwalk(t.get(), 0, open, close);
 }
 
+// A term without pair patterns keeps none after unquote, which rebuilds a pair only as it was or
+// as the application of V.
+CellRef unsugar(const CellRef &t) {
+  if (!anycell(t.get(), [](Cell *c) { return quoted(c) || pairpattern(c); })) return t;
+  return unpair(unquote(t));
+}
+
 // The first bad binder, searched depth first: the binder of "\" and of "{" must be a name, the
 // value of a binding is searched before its body, and the left of an application before its right.
 CellRef funkyterm(const CellRef &t) {
-  std::vector<Cell *> todo{t.get()};
+  static std::vector<Cell *> todo;  // nothing in the walk calls back here
+  todo.assign(1, t.get());
   while (!todo.empty()) {
     Cell *c = todo.back();
     todo.pop_back();
@@ -205,29 +215,43 @@ CellRef funkyterm(const CellRef &t) {
   return CellRef("");
 }
 
+// The name a binder binds, as a view of its leaf's text: "[+]" binds "+".
+static std::string_view bound(Cell *binder) {
+  std::string_view text = isleafcell(binder) ? std::string_view(textof(binder)) : std::string_view();
+  must(isname(text));
+  return text[0] == '[' ? text.substr(1, 1) : text;
+}
+
 // A leaf counts where no binder around it binds its name: the binder of "\" over the body, the
-// binder of "{" over the body and not over the value.
-std::vector<std::string> refsof(const CellRef &term) {
+// binder of "{" over the body and not over the value. The stacks serve every call, since nothing
+// in the walk calls back here; the count of each bound name is back at nothing when a walk ends.
+void refseach(const CellRef &term, const std::function<void(std::string_view)> &found) {
   enum Op { visit, bind, unbind };
-  std::vector<std::pair<Cell *, Op>> todo{{term.get(), visit}};
-  std::unordered_map<std::string, int> bound;
+  static std::vector<std::pair<Cell *, Op>> todo;
+  static std::unordered_map<std::string_view, int> binding;  // views of binder texts in the term
+  todo.assign(1, {term.get(), visit});
   size_t binders = 0;  // binders around the cell in work
-  std::unordered_set<std::string_view> found;  // views of leaf texts, alive while the term is
   while (!todo.empty()) {
     auto [c, op] = todo.back();
     todo.pop_back();
     if (op != visit) {
-      bound[namecore(celltextof(c))] += op == bind ? 1 : -1;
-      binders += op == bind ? 1 : -1;
+      std::string_view name = bound(c);
+      if (op == bind) {
+        binding[name]++;
+        binders++;
+      } else {
+        auto b = binding.find(name);
+        if (--b->second == 0) binding.erase(b);
+        binders--;
+      }
       continue;
     }
     if (isleafcell(c)) {
       unsigned char h = headbyte(c);
       if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) continue;
       std::string_view text(textof(c));
-      if (found.count(text) || !isleafname(std::string(text))) continue;
-      auto b = binders ? bound.find(std::string(text)) : bound.end();
-      if (b == bound.end() || b->second == 0) found.insert(text);
+      if (!isleafname(text) || (binders && binding.count(text))) continue;
+      found(text);
       continue;
     }
     char shape = shapeof(c);
@@ -240,6 +264,11 @@ std::vector<std::string> refsof(const CellRef &term) {
       todo.insert(todo.end(), {{c->right, visit}, {c->left, visit}});
     }
   }
+}
+
+std::vector<std::string> refsof(const CellRef &term) {
+  std::unordered_set<std::string_view> found;  // views of leaf texts, alive while the term is
+  refseach(term, [&](std::string_view n) { found.insert(n); });
   std::vector<std::string> out(found.begin(), found.end());
   std::sort(out.begin(), out.end());
   return out;

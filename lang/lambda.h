@@ -1,8 +1,10 @@
 // The passes over lambdas and locals: quotes and pair patterns desugared, binders checked,
 // the globals a definition refers to, and word locals turned into single letters.
 #pragma once
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/cell.h"
@@ -18,8 +20,12 @@ CellRef nameunion(const CellRef &a, const CellRef &b);
 
 CellRef unquote(const CellRef &t);
 CellRef unpair(const CellRef &t);
+// unquote, then unpair; a term with neither comes back as it is after one walk.
+CellRef unsugar(const CellRef &t);
 CellRef funkyterm(const CellRef &t);
 CellRef globalrefs(const CellRef &t);
+// Calls found for each leaf of the term that names a global, as often as the name stands there.
+void refseach(const CellRef &term, const std::function<void(std::string_view)> &found);
 // The names of globalrefs as strings, in plain byte order.
 std::vector<std::string> refsof(const CellRef &term);
 CellRef wordbinders(const CellRef &t);

@@ -53,9 +53,12 @@ bool enter(Unit &u, const std::set<std::string> &reached) {
 
 bool nestedenter(const std::string &source, Unit &u) {
   if (failed(unitread(0, source, u))) return false;
-  unittidy(u.defs);
+  for (auto &[name, term] : u.defs) {
+    term = unsugar(term);
+    if (failed(unitfunky(name, term))) return false;
+  }
   std::set<std::string> reached;
-  if (failed(unitfunky(u.defs)) || !reach(u, reached)) return false;
+  if (!reach(u, reached)) return false;
   // Word locals become letters, at most 26 names to a definition, and at most ten parameters.
   for (const std::string &name : reached) {
     CellRef &term = u.defs.at(name);

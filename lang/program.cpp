@@ -2,6 +2,7 @@
 // built-ins, checked as a whole in the order below, then its main expression evaluated.
 #include "lang/program.h"
 
+#include <deque>
 #include <map>
 #include <set>
 #include <string_view>
@@ -23,34 +24,70 @@ Outcome fails(const std::string &name, const std::string &status, const std::str
   return Outcome{name, -1, status, message};
 }
 
-// The global names each definition refers to, found once for liveness and pruning. The keys are
-// the names in the definition table, which neither step changes.
-using Refs = std::unordered_map<std::string_view, std::vector<std::string>>;
-
-Refs allrefs(const Defmap &defs) {
-  Refs refs;
-  for (const auto &[name, term] : defs) refs.emplace(name, refsof(term));
-  return refs;
-}
-
-// The names whose definitions are checked: the whole table, or only what the stock leaves. A name
-// of the stock is defined, and its definition reaches only names of the stock.
+// The definitions that are checked, in name order: the whole table, or only what the stock
+// leaves. Each is its entry in the definition table, changed there in place, or null once pruning
+// took it out. A name of the stock is defined, and its definition reaches only names of the stock.
+using Def = Defs::value_type *;
 struct Scope {
-  Defmap &defs;
+  std::vector<Def> defs;
   const Stock *stock;
   bool instock(std::string_view n) const { return stock && stock->checked.count(n); }
 };
 
+// The checked definitions and every name they refer to, looked up once and numbered: the
+// definitions from 0 in their order, the main expression first, then the other names as met.
+struct Refs {
+  std::vector<std::string_view> names;  // by number; a definition's is its key in the table
+  std::unordered_map<std::string_view, uint32_t> number;
+  uint32_t defined = 0;                   // the numbers below are definitions
+  std::vector<char> stocked;              // by number: a name of the stock, defined though not checked
+  std::vector<std::vector<uint32_t>> of;  // by definition: the names it refers to, each once
+  std::vector<uint32_t> last;             // by number: the last definition that named it
+  std::deque<std::string> missing;        // the texts of the names neither defined nor stock
+  bool missed(uint32_t n) const { return n >= defined && !stocked[n]; }
+};
+
+Refs numbered(const Scope &scope) {
+  Refs refs;
+  refs.number.reserve(scope.defs.size());
+  for (Def d : scope.defs) {
+    refs.number.emplace(d->first, (uint32_t)refs.names.size());
+    refs.names.push_back(d->first);
+  }
+  refs.defined = (uint32_t)refs.names.size();
+  refs.stocked.assign(refs.defined, 0);
+  refs.of.resize(refs.defined);
+  refs.last.assign(refs.defined, ~0u);
+  return refs;
+}
+
+void addrefs(Refs &refs, uint32_t d, const CellRef &term, const Scope &scope) {
+  std::vector<uint32_t> &to = refs.of[d];
+  refseach(term, [&](std::string_view n) {
+    auto i = refs.number.find(n);
+    if (i == refs.number.end()) {
+      n = refs.missing.emplace_back(n);
+      i = refs.number.emplace(n, (uint32_t)refs.names.size()).first;
+      refs.names.push_back(n);
+      refs.stocked.push_back(scope.instock(n));
+      refs.last.push_back(~0u);
+    }
+    if (refs.last[i->second] != d) to.push_back(i->second), refs.last[i->second] = d;
+  });
+}
+
 // Whether every name reachable from the main expression is defined, by a walk in any order.
-bool allalive(const Refs &refs, const Scope &scope) {
-  std::unordered_set<std::string_view> seen{""};
-  std::vector<std::string_view> todo{""};
+bool allalive(const Refs &refs) {
+  std::vector<char> seen(refs.names.size(), 0);
+  std::vector<uint32_t> todo{0};
+  seen[0] = 1;
   while (!todo.empty()) {
-    auto r = refs.find(todo.back());
+    uint32_t m = todo.back();
     todo.pop_back();
-    if (r == refs.end()) return false;
-    for (const std::string &n : r->second)
-      if (!scope.instock(n) && seen.insert(n).second) todo.push_back(n);
+    if (refs.missed(m)) return false;
+    if (m >= refs.defined) continue;
+    for (uint32_t n : refs.of[m])
+      if (!seen[n]) seen[n] = 1, todo.push_back(n);
   }
   return true;
 }
@@ -58,86 +95,105 @@ bool allalive(const Refs &refs, const Scope &scope) {
 // Every name reachable from the main expression must be defined; the smallest waiting name is
 // taken first, and a missing one is reported with the definition that named it. The walk in name
 // order runs only when some name is missing, to find the one it reports.
-Outcome alive(const Refs &refs, const Scope &scope) {
-  if (allalive(refs, scope)) return Outcome();
+Outcome alive(const Refs &refs) {
+  if (allalive(refs)) return Outcome();
   std::map<std::string, std::string> work{{"", "nowhere"}};
   std::unordered_set<std::string> seen;
   while (!work.empty()) {
     auto [m, f] = *work.begin();
     work.erase(work.begin());
     seen.insert(m);
-    if (scope.instock(m)) continue;
-    auto d = refs.find(m);
-    if (d == refs.end()) {
-      must(refs.count(f));
+    uint32_t k = refs.number.at(m);
+    if (k >= refs.defined && refs.stocked[k]) continue;
+    if (k >= refs.defined) {
+      must(refs.number.count(f) && refs.number.at(f) < refs.defined);
       std::string by = f.empty() ? "TOP" : f;
       return fails(swapnewline(m), "Alive", "Alive function [" + by + "] references undefined [" + swapnewline(m) + "].");
     }
-    for (const std::string &n : refs.at(d->first))
-      if (!seen.count(n)) work[n] = m;
+    for (uint32_t n : refs.of[k])
+      if (!seen.count(std::string(refs.names[n]))) work[std::string(refs.names[n])] = m;
   }
   return Outcome();
 }
 
 // Definitions that name something undefined go, with every definition that names one of them.
-void prune(const Refs &refs, const Scope &scope) {
-  std::vector<std::string> todo;
-  for (const auto &[name, names] : refs)
-    for (const std::string &n : names)
-      if (!refs.count(n) && !scope.instock(n)) {
-        todo.emplace_back(name);
+void prune(const Refs &refs, Scope &scope) {
+  std::vector<uint32_t> todo;
+  std::vector<char> gone(refs.defined, 0);
+  for (uint32_t d = 0; d < refs.defined; d++)
+    for (uint32_t n : refs.of[d])
+      if (refs.missed(n)) {
+        todo.push_back(d), gone[d] = 1;
         break;
       }
   if (todo.empty()) return;
-  std::map<std::string, std::vector<std::string>> referrers;
-  for (const auto &[name, names] : refs)
-    for (const std::string &n : names) referrers[n].emplace_back(name);
-  std::set<std::string> gone(todo.begin(), todo.end());
+  std::vector<std::vector<uint32_t>> referrers(refs.defined);
+  for (uint32_t d = 0; d < refs.defined; d++)
+    for (uint32_t n : refs.of[d])
+      if (n < refs.defined) referrers[n].push_back(d);
   while (!todo.empty()) {
-    std::string n = todo.back();
+    uint32_t n = todo.back();
     todo.pop_back();
-    for (const std::string &r : referrers[n])
-      if (gone.insert(r).second) todo.push_back(r);
+    for (uint32_t r : referrers[n])
+      if (!gone[r]) gone[r] = 1, todo.push_back(r);
   }
-  must(!gone.count(""));
-  for (const std::string &n : gone) {
-    deftable().erase(n);
-    if (scope.stock) scope.defs.erase(n);
-  }
+  must(!gone[0]);
+  for (uint32_t d = 0; d < refs.defined; d++)
+    if (gone[d]) deftable().erase(std::string(refs.names[d])), scope.defs[d] = nullptr;
 }
 
-// Runs a step of one definition over the checked names in name order; the first failure counts.
-template <typename Step>
-Outcome eachdef(const Scope &scope, Step step) {
-  for (auto &[name, term] : scope.defs) {
-    Outcome o = step(name, term);
-    if (failed(o)) return o;
+// Quotes and pair patterns rewritten in every definition, then the first binder that is no name
+// reported; the references of each definition are found while its cells are at hand.
+Outcome tidy(Scope &scope, Refs &refs) {
+  Outcome funky;
+  for (uint32_t d = 0; d < scope.defs.size(); d++) {
+    CellRef &term = scope.defs[d]->second;
+    term = unsugar(term);
+    if (failed(funky)) continue;
+    funky = unitfunky(scope.defs[d]->first, term);
+    if (!failed(funky)) addrefs(refs, d, term, scope);
   }
-  return Outcome();
+  return funky;
+}
+
+// Word locals made letters in every definition, then the parameters of each counted: the first
+// failure of the letters counts before any of the parameters.
+Outcome letters(const Scope &scope) {
+  Outcome arity;
+  for (Def d : scope.defs) {
+    if (!d) continue;
+    Outcome o = unitletters(d->first, d->second);
+    if (failed(o)) return o;
+    if (!failed(arity)) arity = unitarity(d->first, d->second);
+  }
+  return arity;
 }
 
 // Equal subterms of all definitions, the stock's among them, come to share one cell; only values
-// stay in the set.
+// stay in the set. Each cell is analysed as it is interned, and what is no value only passes.
 void intern(const Scope &scope) {
-  keepset() = scope.stock ? stockkeep(*scope.stock) : Keep();
-  for (auto &[name, term] : scope.defs) term = cellkeep(term);
-  keepvalues();
+  Keep &k = keepset();
+  k = scope.stock ? stockkeep(*scope.stock) : Keep();
+  for (Def d : scope.defs)
+    if (d) d->second = cellkeepif(d->second, [](Cell *c) { return isnormal(c); });
+  keepsettle(k);
 }
-Outcome checks(const Scope &scope) {
-  unittidy(scope.defs);
-  Outcome o = unitfunky(scope.defs);
+
+Outcome checks(Scope &scope) {
+  Refs refs = numbered(scope);
+  Outcome o = tidy(scope, refs);
   if (failed(o)) return o;
-  Refs refs = allrefs(scope.defs);
-  o = alive(refs, scope);
+  o = alive(refs);
   if (failed(o)) return o;
   prune(refs, scope);
-  o = eachdef(scope, unitletters);
-  if (!failed(o)) o = eachdef(scope, [](const std::string &n, CellRef &t) { return unitarity(n, t); });
+  o = letters(scope);
   if (failed(o)) return o;
   intern(scope);
-  o = eachdef(scope, [](const std::string &n, CellRef &t) { return unitclosed(n, t); });
-  if (failed(o)) return o;
-  for (const auto &[name, term] : scope.defs) sizeup(term);
+  for (Def d : scope.defs) {
+    if (d && failed(o = unitclosed(d->first, d->second))) return o;
+  }
+  for (Def d : scope.defs)
+    if (d) sizeup(d->second);
   return o;
 }
 }  // namespace
@@ -160,13 +216,11 @@ Outcome textload(int64_t base, const std::string &text) {
 Outcome textcheck() {
   Defs &defs = deftable();
   defs.insert_or_assign("_", CellRef(layoutsource()));
-  Defmap own;
-  const Stock *stock = stockchecked(defs, own);
-  Scope scope{stock ? own : defs, stock};
-  Outcome o = checks(scope);
-  if (stock)
-    for (auto &[name, term] : own) defs.insert_or_assign(name, term);
-  return o;
+  Scope scope{{}, nullptr};
+  scope.stock = stockchecked(defs, scope.defs);
+  if (!scope.stock)
+    for (auto &entry : defs) scope.defs.push_back(&entry);
+  return checks(scope);
 }
 
 Outcome textrun() {

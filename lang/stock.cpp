@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "lang/analysis.h"
 #include "lang/program.h"
 
 namespace {
@@ -35,6 +36,15 @@ CellRef copied(const CellRef &t) {
   return r;
 }
 
+// The members that are no values pass in each run's interning, since they would not stay after it.
+void passing(Keep &k) {
+  for (Slot &s : k.members.slots)
+    if (s.key && !isnormal(keepmember(s.value))) {
+      must(flatdrop(k.hashes, s.value, s.key));
+      s.value |= 1;
+    }
+}
+
 // The stock of this run's built-ins and layout: the prelude and the entries parsed and checked as
 // any program's are, alone in the table with a main expression that names nothing. The tables are
 // reset afterwards, as the prelude's load found them.
@@ -59,6 +69,7 @@ Stock *make() {
   keepset() = Keep();
   for (const auto &[name, term] : b->checked) must(cellkeep(term).get() == term.get());
   b->whole = std::move(keepset());
+  passing(b->whole);
   tablesreset();
   making = false;
   return b;
@@ -94,12 +105,13 @@ bool stockstubs(Defs &defs) {
   return true;
 }
 
-const Stock *stockchecked(Defs &defs, Defmap &own) {
+const Stock *stockchecked(Defs &defs, std::vector<Defs::value_type *> &own) {
   if (!kept || making) return nullptr;
   // Both maps are in name order: one walk pairs each entry of the table with the stock's.
   bool warm = true;
   auto b = kept->checked.begin(), bend = kept->checked.end();
-  for (auto &[name, term] : defs) {
+  for (auto &entry : defs) {
+    auto &[name, term] = entry;
     while (b != bend && b->first < name) b++, warm = false;
     bool same = b != bend && b->first == name;
     if (same && (term.get() == b->second.get() || (name == "_" && celltext(term) == kept->layout))) {
@@ -107,7 +119,7 @@ const Stock *stockchecked(Defs &defs, Defmap &own) {
       continue;
     }
     if (same) b++, warm = false;
-    own.emplace(name, term);
+    own.push_back(&entry);
   }
   if (b != bend) warm = false;
   if (warm) {
@@ -128,7 +140,7 @@ Keep stockkeep(const Stock &b) {
   Keep k;
   k.members = b.whole.members;
   k.hashes = b.whole.hashes;
-  for (size_t i = 0; i < k.members.keys.size(); i++)
-    if (k.members.keys[i]) cellinc((Cell *)(uintptr_t)k.members.values[i]);
+  for (const Slot &s : k.members.slots)
+    if (s.key) cellinc(keepmember(s.value));
   return k;
 }

@@ -2,6 +2,7 @@
 // kept: a run whose text redefines none of them starts from their checked terms.
 #pragma once
 #include <string_view>
+#include <vector>
 
 #include "core/tables.h"
 #include "lang/unit.h"
@@ -23,11 +24,12 @@ bool stockprelude(Defs &defs);
 bool stockstubs(Defs &defs);
 // The stock when the table holds all of it as loaded; otherwise null, after the kept terms still in
 // the table were replaced by fresh copies, so that the checks never touch a kept cell.
-// When the stock is there, own gets the table's other entries, which alone need checking.
-const Stock *stockchecked(Defs &defs, Defmap &own);
+// When the stock is there, own gets the table's other entries in name order, which alone need
+// checking.
+const Stock *stockchecked(Defs &defs, std::vector<Defs::value_type *> &own);
 // A built-in's entry: Z inside as many abstractions as it takes, only for its name and arity.
 CellRef builtinstub(int arity);
 // The prelude's definitions parsed into the table, unchecked.
 void preludeparse(Defs &defs);
-// A set of interned terms that holds every member of the stock's.
+// A set of interned terms that holds every member of the stock's, those that are no values passing.
 Keep stockkeep(const Stock &b);

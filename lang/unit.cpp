@@ -80,20 +80,12 @@ Outcome unitread(int64_t base, const std::string &text, Unit &u) {
   return Outcome();
 }
 
-void unittidy(Defmap &defs) {
-  for (auto &[name, term] : defs) term = unquote(term);
-  for (auto &[name, term] : defs) term = unpair(term);
-}
-
-Outcome unitfunky(const Defmap &defs) {
-  for (const auto &[name, term] : defs) {
-    CellRef bad = funkyterm(term);
-    if (!cellispair(bad) && celllen(bad) == 0) continue;
-    std::string e = swapnewline(termprint(bad));
-    std::string where = name.empty() ? "" : " in function " + name;
-    return fails(name, -1, "Funky", "Funky key in expression " + e + where + ".");
-  }
-  return Outcome();
+Outcome unitfunky(const std::string &name, const CellRef &term) {
+  CellRef bad = funkyterm(term);
+  if (!cellispair(bad) && celllen(bad) == 0) return Outcome();
+  std::string e = swapnewline(termprint(bad));
+  std::string where = name.empty() ? "" : " in function " + name;
+  return fails(name, -1, "Funky", "Funky key in expression " + e + where + ".");
 }
 
 Outcome unitletters(const std::string &name, CellRef &term) {
@@ -122,9 +114,7 @@ Outcome unitclosed(const std::string &name, const CellRef &term) {
 void keepvalues() {
   Keep &k = keepset();
   Keep values;
-  for (size_t i = 0; i < k.members.keys.size(); i++) {
-    Cell *member = (Cell *)(uintptr_t)k.members.values[i];
-    if (k.members.keys[i] && isnormal(member)) keepadd(values, member, k.members.keys[i]);
-  }
+  for (const Slot &s : k.members.slots)
+    if (s.key && isnormal(keepmember(s.value))) keepadd(values, keepmember(s.value), s.key);
   k = std::move(values);
 }

@@ -37,10 +37,9 @@ struct Unit {
 // from base, the text's offset in its document.
 Outcome unitread(int64_t base, const std::string &text, Unit &u);
 
-// Quotes and pair patterns rewritten in every definition, then the first binder that is no name
-// reported.
-void unittidy(Defmap &defs);
-Outcome unitfunky(const Defmap &defs);
+// The first binder of a definition that is no name ("Funky"); quotes and pair patterns are
+// rewritten first (unsugar).
+Outcome unitfunky(const std::string &name, const CellRef &term);
 
 // Word locals of one definition made single letters ("Place" when more than 26), and the check
 // of its parameters ("Arity" when more than ten).
