@@ -321,6 +321,7 @@ static void layout(Cell *t, const Keep &k, Layout &out) {
         e.push_back({t, leafhash(t) | 1, 1});
       } else {
         if (shared) flatput(out.first, cellkey(t), e.size());
+        __builtin_prefetch(t->right);
         open.emplace_back(e.size(), false);
         e.push_back({t, 0, 0});
         t = t->left;
@@ -352,6 +353,8 @@ CellRef cellkeepif(CellRef ref, bool (*lasting)(Cell *)) {
   const std::vector<Entry> &e = lay.entries;
   flatreserve(k.members, k.members.size() + e.size());
   flatreserve(k.hashes, k.hashes.size() + e.size());
+  // The slots of all entries are asked for at once, so that their misses overlap.
+  for (const Entry &x : e) __builtin_prefetch(&k.members.slots[flathome(k.members, x.h)]);
   struct Frame {
     size_t i;
     Cell *left;  // the interned left child, once known

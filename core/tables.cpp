@@ -19,12 +19,6 @@ Keep &keepset() {
   return keep;
 }
 
-size_t flathome(const Flat &f, uint64_t key) {
-  key ^= key >> 31;
-  key *= 0x9e3779b97f4a7c15ull;
-  return (size_t)(key >> 17) & (f.slots.size() - 1);
-}
-
 static void flatresize(Flat &f, size_t slots) {
   Flat bigger;
   bigger.slots.assign(slots, Slot{0, 0});

@@ -51,7 +51,11 @@ void flatput(Flat &f, uint64_t key, uint64_t value);
 // Makes room for n entries in all, so that as many puts cause no growth on the way.
 void flatreserve(Flat &f, size_t n);
 bool flatdrop(Flat &f, uint64_t key, uint64_t value);
-size_t flathome(const Flat &f, uint64_t key);
+inline size_t flathome(const Flat &f, uint64_t key) {
+  key ^= key >> 31;
+  key *= 0x9e3779b97f4a7c15ull;
+  return (size_t)(key >> 17) & (f.slots.size() - 1);
+}
 
 // Calls found(value) for each entry of the key until it returns true; tells whether one did.
 template <class Found>

@@ -308,7 +308,28 @@ static CellRef binders(const CellRef &t, bool letters) {
 CellRef wordbinders(const CellRef &t) { return binders(t, false); }
 CellRef letterbinders(const CellRef &t) { return binders(t, true); }
 
+// The walk of binders that makes nothing.
+bool anywordbinder(Cell *t) {
+  static std::vector<Cell *> todo;  // nothing in the walk calls back here
+  todo.assign(1, t);
+  while (!todo.empty()) {
+    Cell *c = todo.back();
+    todo.pop_back();
+    if (isleafcell(c)) continue;
+    Cell *l = c->left, *r = c->right;
+    if (isleafcell(l) && (headbyte(l) == '{' || headbyte(l) == '\\') && isleafcell(r)) {
+      if (!isvarname(textof(r))) return true;
+      continue;
+    }
+    todo.push_back(r);
+    todo.push_back(l);
+  }
+  return false;
+}
+
+// A term whose binders are all single letters has no more than 26 of them and stays as it is.
 std::optional<CellRef> wordlocals(const std::string &name, CellRef t) {
+  if (!anywordbinder(t.get())) return t;
   CellRef words = wordbinders(t), letters = letterbinders(t);
   if (namecount(words)) tolmlog("First " + name + ": " + termprint(t) + "\n");
   if (namecount(words) + namecount(letters) > 26) return std::nullopt;

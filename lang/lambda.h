@@ -30,6 +30,8 @@ void refseach(const CellRef &term, const std::function<void(std::string_view)> &
 std::vector<std::string> refsof(const CellRef &term);
 CellRef wordbinders(const CellRef &t);
 CellRef letterbinders(const CellRef &t);
+// Whether a binder of the term is no single letter, so that wordlocals has work.
+bool anywordbinder(Cell *t);
 // Nothing when the definition has more than 26 local names.
 std::optional<CellRef> wordlocals(const std::string &name, CellRef t);
 CellRef renamebinder(const CellRef &t, const std::string &from, const std::string &to);

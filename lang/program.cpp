@@ -142,31 +142,43 @@ void prune(const Refs &refs, Scope &scope) {
     if (gone[d]) deftable().erase(std::string(refs.names[d])), scope.defs[d] = nullptr;
 }
 
+// What the first walks learn of each definition for the later steps: whether it has word
+// binders to make letters, and whether it has more than ten parameters.
+struct Traits {
+  std::vector<char> words, toomany;
+};
+
 // Quotes and pair patterns rewritten in every definition, then the first binder that is no name
-// reported; the references of each definition are found while its cells are at hand.
-Outcome tidy(Scope &scope, Refs &refs) {
+// reported; the references and traits of each definition are found while its cells are at hand.
+Outcome tidy(Scope &scope, Refs &refs, Traits &traits) {
   Outcome funky;
+  traits.words.assign(scope.defs.size(), 0);
+  traits.toomany.assign(scope.defs.size(), 0);
   for (uint32_t d = 0; d < scope.defs.size(); d++) {
     CellRef &term = scope.defs[d]->second;
     term = unsugar(term);
     if (failed(funky)) continue;
     funky = unitfunky(scope.defs[d]->first, term);
-    if (!failed(funky)) addrefs(refs, d, term, scope);
+    if (failed(funky)) continue;
+    addrefs(refs, d, term, scope);
+    traits.words[d] = anywordbinder(term.get());
+    traits.toomany[d] = failed(unitarity(scope.defs[d]->first, term));
   }
   return funky;
 }
 
-// Word locals made letters in every definition, then the parameters of each counted: the first
-// failure of the letters counts before any of the parameters.
-Outcome letters(const Scope &scope) {
-  Outcome arity;
-  for (Def d : scope.defs) {
-    if (!d) continue;
-    Outcome o = unitletters(d->first, d->second);
-    if (failed(o)) return o;
-    if (!failed(arity)) arity = unitarity(d->first, d->second);
+// Word locals made letters in every definition that has them, then the parameters counted: the
+// first failure of the letters counts before any of the parameters. Making letters keeps the
+// shape of every binding and function, and so the count of parameters.
+Outcome letters(const Scope &scope, const Traits &traits) {
+  for (size_t d = 0; d < scope.defs.size(); d++) {
+    Outcome o;
+    if (scope.defs[d] && traits.words[d] && failed(o = unitletters(scope.defs[d]->first, scope.defs[d]->second)))
+      return o;
   }
-  return arity;
+  for (size_t d = 0; d < scope.defs.size(); d++)
+    if (scope.defs[d] && traits.toomany[d]) return unitarity(scope.defs[d]->first, scope.defs[d]->second);
+  return Outcome();
 }
 
 // Equal subterms of all definitions, the stock's among them, come to share one cell; only values
@@ -181,12 +193,13 @@ void intern(const Scope &scope) {
 
 Outcome checks(Scope &scope) {
   Refs refs = numbered(scope);
-  Outcome o = tidy(scope, refs);
+  Traits traits;
+  Outcome o = tidy(scope, refs, traits);
   if (failed(o)) return o;
   o = alive(refs);
   if (failed(o)) return o;
   prune(refs, scope);
-  o = letters(scope);
+  o = letters(scope, traits);
   if (failed(o)) return o;
   intern(scope);
   for (Def d : scope.defs) {
@@ -205,9 +218,15 @@ Outcome textload(int64_t base, const std::string &text) {
   // The checked entries kept with the prelude, or fresh ones beside a prelude that was parsed
   if (deftable().empty() || !stockstubs(deftable()))
     for (const auto &[name, row] : builtins()) deftable().insert_or_assign(name, builtinstub(row.arity));
-  for (auto &[name, term] : u.defs) deftable().insert_or_assign(name, term);
-  for (const auto &[name, term] : u.defs)
-    if (u.fresh.count(name)) freshnames().insert(name);
+  // Both maps are in name order: each entry goes in just before the place the last one left,
+  // unless some of the table's own entries lie between.
+  Defs &defs = deftable();
+  auto hint = defs.begin();
+  for (auto &[name, term] : u.defs) {
+    if (hint != defs.end() && hint->first < name) hint = defs.lower_bound(name);
+    hint = std::next(defs.insert_or_assign(hint, name, std::move(term)));
+  }
+  for (const std::string &name : u.fresh) freshnames().insert(name);
   return o;
 }
 
