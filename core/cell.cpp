@@ -308,7 +308,8 @@ static uint64_t cellkey(const Cell *c) { return (uint64_t)(uintptr_t)c; }
 // A hash of 0 would mark a free slot of the tables, so every hash has its low bit set.
 static void layout(Cell *t, const Keep &k, Layout &out) {
   std::vector<Entry> &e = out.entries;
-  std::vector<std::pair<size_t, bool>> open;  // entry of a pair, and whether its right is under way
+  static std::vector<std::pair<size_t, bool>> open;  // entry of a pair, and whether its right is under way
+  open.clear();
   for (;;) {
     if (t) {
       uint64_t h = 0;
@@ -348,7 +349,10 @@ static void layout(Cell *t, const Keep &k, Layout &out) {
 // Each new member is asked of lasting after its children, when it is given.
 CellRef cellkeepif(CellRef ref, bool (*lasting)(Cell *)) {
   Keep &k = keepset();
-  Layout lay;
+  // Nothing below calls back into interning, so one layout and one stack serve every call.
+  static Layout lay;
+  lay.entries.clear();
+  if (lay.first.count) lay.first = Flat();
   layout(ref.get(), k, lay);
   const std::vector<Entry> &e = lay.entries;
   flatreserve(k.members, k.members.size() + e.size());
@@ -359,7 +363,8 @@ CellRef cellkeepif(CellRef ref, bool (*lasting)(Cell *)) {
     size_t i;
     Cell *left;  // the interned left child, once known
   };
-  std::vector<Frame> stack;
+  static std::vector<Frame> stack;
+  stack.clear();
   Cell *result = nullptr;
   size_t enter = 0;
   bool entering = true;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "core/tables.h"
@@ -58,7 +59,7 @@ static void sizeleaf(Cell *c) {
 // Names by the definition table; any other leaf is a value of arity 1.
 static void sizename(Cell *c, const char *t) {
   unsigned char first = (unsigned char)t[0];
-  std::string text(t);
+  std::string_view text(t);
   if (!isleafname(text)) return settop(c, 0xB5);
   auto &defs = deftable();
   auto d = defs.find(text);

@@ -229,28 +229,30 @@ void refseach(const CellRef &term, const std::function<void(std::string_view)> &
   enum Op { visit, bind, unbind };
   static std::vector<std::pair<Cell *, Op>> todo;
   static std::unordered_map<std::string_view, int> binding;  // views of binder texts in the term
+  int letters[26] = {};                                     // single letters, the usual binders
   todo.assign(1, {term.get(), visit});
-  size_t binders = 0;  // binders around the cell in work
+  size_t words = 0;  // binders of other names around the cell in work
   while (!todo.empty()) {
     auto [c, op] = todo.back();
     todo.pop_back();
     if (op != visit) {
       std::string_view name = bound(c);
-      if (op == bind) {
-        binding[name]++;
-        binders++;
-      } else {
-        auto b = binding.find(name);
-        if (--b->second == 0) binding.erase(b);
-        binders--;
+      int step = op == bind ? 1 : -1;
+      if (isvarname(name)) {
+        letters[name[0] - 'a'] += step;
+        continue;
       }
+      words += step;
+      auto b = binding.try_emplace(name, 0).first;
+      if ((b->second += step) == 0) binding.erase(b);
       continue;
     }
     if (isleafcell(c)) {
       unsigned char h = headbyte(c);
       if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) continue;
       std::string_view text(textof(c));
-      if (!isleafname(text) || (binders && binding.count(text))) continue;
+      if (!isleafname(text)) continue;
+      if (isvarname(text) ? letters[h - 'a'] > 0 : words && binding.count(text)) continue;
       found(text);
       continue;
     }

@@ -3,7 +3,9 @@
 #include "lang/program.h"
 
 #include <deque>
+#include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string_view>
 #include <unordered_map>
@@ -38,7 +40,7 @@ struct Scope {
 // definitions from 0 in their order, the main expression first, then the other names as met.
 struct Refs {
   std::vector<std::string_view> names;  // by number; a definition's is its key in the table
-  std::unordered_map<std::string_view, uint32_t> number;
+  Flat number;                            // hash of a name to its number
   uint32_t defined = 0;                   // the numbers below are definitions
   std::vector<char> stocked;              // by number: a name of the stock, defined though not checked
   std::vector<std::vector<uint32_t>> of;  // by definition: the names it refers to, each once
@@ -47,13 +49,25 @@ struct Refs {
   bool missed(uint32_t n) const { return n >= defined && !stocked[n]; }
 };
 
+uint64_t namehash(std::string_view name) { return std::hash<std::string_view>()(name) | 1; }
+
+// The number of a name, or nothing.
+std::optional<uint32_t> numberof(const Refs &refs, std::string_view name) {
+  std::optional<uint32_t> n;
+  flatscan(refs.number, namehash(name), [&](uint64_t v) { return refs.names[v] == name && (n = (uint32_t)v); });
+  return n;
+}
+
+uint32_t newnumber(Refs &refs, std::string_view name) {
+  flatput(refs.number, namehash(name), refs.names.size());
+  refs.names.push_back(name);
+  return (uint32_t)refs.names.size() - 1;
+}
+
 Refs numbered(const Scope &scope) {
   Refs refs;
-  refs.number.reserve(scope.defs.size());
-  for (Def d : scope.defs) {
-    refs.number.emplace(d->first, (uint32_t)refs.names.size());
-    refs.names.push_back(d->first);
-  }
+  flatreserve(refs.number, scope.defs.size());
+  for (Def d : scope.defs) newnumber(refs, d->first);
   refs.defined = (uint32_t)refs.names.size();
   refs.stocked.assign(refs.defined, 0);
   refs.of.resize(refs.defined);
@@ -64,15 +78,13 @@ Refs numbered(const Scope &scope) {
 void addrefs(Refs &refs, uint32_t d, const CellRef &term, const Scope &scope) {
   std::vector<uint32_t> &to = refs.of[d];
   refseach(term, [&](std::string_view n) {
-    auto i = refs.number.find(n);
-    if (i == refs.number.end()) {
-      n = refs.missing.emplace_back(n);
-      i = refs.number.emplace(n, (uint32_t)refs.names.size()).first;
-      refs.names.push_back(n);
+    std::optional<uint32_t> i = numberof(refs, n);
+    if (!i) {
+      i = newnumber(refs, refs.missing.emplace_back(n));
       refs.stocked.push_back(scope.instock(n));
       refs.last.push_back(~0u);
     }
-    if (refs.last[i->second] != d) to.push_back(i->second), refs.last[i->second] = d;
+    if (refs.last[*i] != d) to.push_back(*i), refs.last[*i] = d;
   });
 }
 
@@ -103,10 +115,10 @@ Outcome alive(const Refs &refs) {
     auto [m, f] = *work.begin();
     work.erase(work.begin());
     seen.insert(m);
-    uint32_t k = refs.number.at(m);
+    uint32_t k = *numberof(refs, m);
     if (k >= refs.defined && refs.stocked[k]) continue;
     if (k >= refs.defined) {
-      must(refs.number.count(f) && refs.number.at(f) < refs.defined);
+      must(numberof(refs, f) && *numberof(refs, f) < refs.defined);
       std::string by = f.empty() ? "TOP" : f;
       return fails(swapnewline(m), "Alive", "Alive function [" + by + "] references undefined [" + swapnewline(m) + "].");
     }

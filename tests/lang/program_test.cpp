@@ -93,6 +93,20 @@ TEST(Programs, ChecksOverTheWholeTable) {
   fails(many + "\\1", "Place", "Place error in function ff.");
 }
 
+// Each step runs over every definition before the next begins, so the first step that fails
+// anywhere reports, whatever the name order of the definitions; what pruning drops fails nothing.
+TEST(Programs, ChecksReportStepByStep) {
+  fails("aa,zz\\1\\x", "Funky", "Funky key in expression \\1x in function zz.");
+  std::string eleven = "K,aa", words = "zz";
+  for (char c = 'a'; c < 'l'; c++) eleven += std::string("\\") + c;
+  for (int i = 0; i < 27; i++) words += "\\w" + std::string(1, (char)('a' + i % 26)) + std::string(i / 26, 'z');
+  fails(eleven + "\\1," + words + "\\1", "Place", "Place error in function zz.");
+  fails(eleven + "\\1," + words + "\\nowhere", "Arity", "Arity of function aa may not exceed ten.");
+  Ran r = run(eleven + "\\nowhere," + words + "\\nowhere");
+  EXPECT_EQ(r.o.status, "Empty");
+  EXPECT_EQ(r.printed, "K");
+}
+
 TEST(Programs, UnusedBrokenDefinitionsAreDropped) {
   Ran r = run("1,unused\\missing,user\\unused");
   EXPECT_EQ(r.o.status, "Empty");
