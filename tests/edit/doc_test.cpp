@@ -16,7 +16,9 @@ struct Meaning {
 
 void agree(const Doc &d, const Meaning &m, bool settled, const std::string &step) {
   ASSERT_EQ(textof(d), m.text) << step;
-  ASSERT_EQ(headof(d) + d.was + tailof(d), m.saved) << step;
+  std::string was = wasof(d), now = nowof(d);
+  ASSERT_EQ(headof(d) + was + tailof(d), m.saved) << step;
+  ASSERT_EQ(headof(d) + now + tailof(d), m.text) << step;
   ASSERT_EQ(d.point, m.point) << step;
   ASSERT_EQ(isclean(d), m.text == m.saved) << step;
   int64_t len = lenof(d);
@@ -37,14 +39,14 @@ void agree(const Doc &d, const Meaning &m, bool settled, const std::string &step
   if (!settled) return;
   // The settled window is the smallest: was and now differ in their first and in their last
   // bytes; an insertion or a deletion stands as far right as it can; no change leaves no window.
-  const std::string &w = d.was.empty() ? d.now : d.was, tail = tailof(d);
-  if (d.was == d.now) {
+  const std::string &w = was.empty() ? now : was, tail = tailof(d);
+  if (was == now) {
     ASSERT_TRUE(w.empty() && tail.empty()) << step;
-  } else if (d.was.empty() || d.now.empty()) {
+  } else if (was.empty() || now.empty()) {
     ASSERT_TRUE(tail.empty() || tail[0] != w[0]) << step;
   } else {
-    ASSERT_NE(d.was[0], d.now[0]) << step;
-    ASSERT_NE(d.was.back(), d.now.back()) << step;
+    ASSERT_NE(was[0], now[0]) << step;
+    ASSERT_NE(was.back(), now.back()) << step;
   }
 }
 
@@ -95,10 +97,10 @@ TEST_F(Docs, RandomEditsKeepTheirMeaningAndASettledWindow) {
           what = "widen", settled = false;
           if (m.point < len && rng() % 2) {
             widenover(d);
-            ASSERT_LT(d.point, headlen(d) + (int64_t)d.now.size());
+            ASSERT_LT(d.point, headlen(d) + nowlen(d));
           } else {
             widen(d);
-            ASSERT_LE(d.point, headlen(d) + (int64_t)d.now.size());
+            ASSERT_LE(d.point, headlen(d) + nowlen(d));
           }
           ASSERT_LE(headlen(d), d.point);
           break;
