@@ -157,3 +157,21 @@ TEST_F(Docs, EditsFarApartInOneWindowUndoAndSave) {
   m.text = text, m.point = d.point;
   agree(d, m, true, "all undone");
 }
+
+// Skipping lines counts whole blocks of text at once: over lines of every short length, with
+// changes that cut the text into pieces, each count must stop on the newline a search finds.
+TEST_F(Docs, SkippingManyLinesOverPiecesAndBlocks) {
+  std::mt19937 rng(3);
+  std::string text;
+  while (text.size() < 40000) text += std::string(rng() % 30, 'a') + "\n";
+  Doc d = newdoc(text);
+  for (int64_t at : {9000, 17, 30000}) d.point = at, insertbyte(d, '\n'), text.insert((size_t)at, "\n");
+  // Every count from a few starts, so that counts ending on each block's last newline come up.
+  for (int64_t from : {0, 4095, 4097, 12345}) {
+    int64_t want = from;
+    for (int64_t n = 0; want < (int64_t)text.size(); n++) {
+      ASSERT_EQ(skiplines(d, from, n), want) << from << " " << n;
+      want = (int64_t)text.find('\n', (size_t)want) + 1;
+    }
+  }
+}
