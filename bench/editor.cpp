@@ -2,7 +2,7 @@
 // document: typing in the middle, the key mix of bench_keys there and far from another edit,
 // moving by rows and pages, undoing, and loading and saving. Counts the bytes the mix writes.
 // Then the keys at both ends of two extreme documents, 100 MB on one line and a million short
-// lines, with the slowest of them.
+// lines, with the slowest of them, and edits that go back and forth between the two ends.
 #include <unistd.h>
 
 #include <algorithm>
@@ -127,6 +127,31 @@ struct Step {
   const char *what, *keys;
 };
 
+// Edits at the start, then at the end, then at the start again, each far from the one before,
+// then 100 keys typed at each end: every key's time and the slowest.
+static void bothends() {
+  std::vector<std::pair<std::string, std::string>> walk = {
+      {"to the start", "\eh"}, {"type at the start", "a"}, {"to the end", "\ef"},
+      {"type at the end", "b"}, {"to the start", "\eh"},   {"type at the start", "c"}};
+  static const char typed[] = "the quick brown fox jumps\n";
+  for (const char *where : {"\ef", "\eh"}) {
+    walk.push_back({"to the other end", where});
+    for (int i = 0; i < 100; i++) walk.push_back({"type 100 keys", i % 10 == 9 ? "\x7f" : std::string(1, typed[i % 26])});
+  }
+  std::vector<double> times;
+  double slowest = 0;
+  std::string slowkey;
+  for (const auto &[what, key] : walk) {
+    double t = press(key);
+    times.push_back(t);
+    if (what != "type 100 keys") printf("  %-24s %10.2f ms\n", what.c_str(), t / 1000);
+    if (t > slowest) slowest = t, slowkey = what;
+  }
+  std::sort(times.begin(), times.end());
+  printf("  both ends, %zu keys: median %.2f ms, slowest %s, %.2f ms\n", times.size(),
+         times[times.size() / 2] / 1000, slowkey.c_str(), slowest / 1000);
+}
+
 // Opens text, walks it with every step at its start and at its end, searches for the needle
 // that stands near the end, goes to a line near the end, saves, and prints each step's time and
 // the slowest key.
@@ -171,6 +196,7 @@ static void extreme(const char *name, const std::string &text, const std::string
     if (t > slowest && strcmp(s.what, "save") != 0) slowest = t, slowkey = s.what;
   }
   printf("  slowest key but the save: %s, %.2f ms\n", slowkey, slowest / 1000);
+  bothends();
   closelog(path);
   docs.erase(path);
   switchdoc(scratchname);

@@ -130,8 +130,8 @@ static uint16_t paintrow(const Sight &s, const Pens *const pens[2], const char *
     unsigned char b = (unsigned char)t[j];
     bool marks = s.marked && s.marked(d.top + i, b);  // asked at every position: it follows the text
     const Pens &p = *pens[marks || (s.slo <= i && i < s.shi)];
-    bool changed = s.wlo <= i && i < s.whi &&
-                   (s.wide || d.was[(size_t)(i - s.wlo)] != d.now[(size_t)(i - s.wlo)]);
+    // Where both sides are as long, a byte is changed when the saved byte at its offset differs.
+    bool changed = s.wlo <= i && i < s.whi && (s.wide || b != (unsigned char)d.saved[(size_t)(d.top + i)]);
     at[j] = b != 10 || i < s.end ? (uint16_t)(p.cell[b] | (changed ? 0x80 : 0)) : p.blank;
     blank = p.blank;
   }
@@ -142,8 +142,8 @@ void paintdoc(const char *word, bool (*marked)(int64_t pos, unsigned char b)) {
   const Doc &d = cur();
   Look look = lookofcur();
   const Pens *const pens[2] = {&pensfor(look, false, false), &pensfor(look, true, false)};
-  Sight s{&d, headlen(d) - d.top, 0, 0, 0, lenof(d) - d.top, d.was.size() != d.now.size(), marked};
-  s.whi = s.wlo + (int64_t)d.now.size();
+  Sight s{&d, headlen(d) - d.top, 0, 0, 0, lenof(d) - d.top, waslen(d) != nowlen(d), marked};
+  s.whi = s.wlo + nowlen(d);
   if (mark != -1) s.slo = std::min(d.point, mark) - d.top, s.shi = std::max(d.point, mark) - d.top;
   // A row ends at a newline or after width bytes, so the text rows never take more than this.
   static std::string text;

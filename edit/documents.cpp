@@ -76,20 +76,20 @@ static void walk() {
     d.point = h;
     keepvisible(d, false);
   }
-  int64_t o = d.point - h;
-  if (o >= (int64_t)d.now.size()) {
+  int64_t o = d.point - h, n = nowlen(d);
+  if (o >= n) {
     bell();
     d.point = h;
     keepvisible(d, false);
     return repaint();
   }
-  if (d.was.size() != d.now.size()) return bell();
-  if (d.was[(size_t)o] != d.now[(size_t)o]) {
+  if (waslen(d) != n) return bell();
+  int64_t same = samefrom(d, o, n - o);
+  if (same == 0) {
     d.over = 1;
-    logtyped((unsigned char)d.was[(size_t)o]);
+    logtyped((unsigned char)d.saved[(size_t)d.point]);  // was and head line up in saved
   } else {
-    int64_t n = (int64_t)d.now.size();
-    while (o < n && d.was[(size_t)o] == d.now[(size_t)o]) o++;
+    o += same;
     must(o < n);  // a settled window ends on a difference
     d.point = h + o;
     keepvisible(d, false);

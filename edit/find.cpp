@@ -132,8 +132,8 @@ static int64_t hitin(const Doc &d, const Seeker &z, int64_t lo, int64_t hi, bool
   if (z.m == 0) return forward ? lo : hi;
   int64_t shift = z.m - z.r;
   Runs rs = runsof(d, lo - shift, hi - shift + 1);
-  for (int j = 0; j < rs.count; j++) {
-    const Run &run = rs.run[forward ? j : rs.count - 1 - j];
+  for (size_t j = 0; j < rs.size(); j++) {
+    const Run &run = rs[forward ? j : rs.size() - 1 - j];
     for (int64_t from = 0, to = run.n; from < to;) {
       int64_t i = forward ? firsttaken(z, run.p, from, to) : lasttaken(z, run.p, to);
       if (i < from || i >= to) break;

@@ -1,6 +1,5 @@
 // Saving the current document in place with C-w. The file keeps its inode, and with it its hard
 // links, owner, mode and attributes; a save that fails part way puts the old contents back.
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,19 +20,11 @@ bool writeall(int fd, const char *p, size_t n) {
   return true;
 }
 
-// Writes bytes from..to of the common text, which lies in its buffer on both sides of the gap.
-static bool writecommon(int fd, const Common &c, size_t from, size_t to) {
-  size_t gap = c.ge - c.gs;
-  if (from < c.gs && !writeall(fd, c.buf.data() + from, std::min(to, c.gs) - from)) return false;
-  size_t rest = std::max(from, c.gs);
-  return rest >= to || writeall(fd, c.buf.data() + rest + gap, to - rest);
-}
-
+// The text goes out piece by piece as it lies in memory, without being joined first.
 bool writetext(int fd, const Doc &d) {
-  const Common &c = d.common;
-  size_t all = c.buf.size() - (c.ge - c.gs);
-  return writecommon(fd, c, 0, c.split) && writeall(fd, d.now.data(), d.now.size()) &&
-         writecommon(fd, c, c.split, all);
+  for (const Run &r : runsof(d, 0, lenof(d)))
+    if (!writeall(fd, r.p, (size_t)r.n)) return false;
+  return true;
 }
 
 // The whole file from its start, without moving its offset.
@@ -79,8 +70,7 @@ bool savedoc() {
   Doc &d = cur();
   if (isclean(d) || curname == scratchname) return true;
   if (!writedoc(curname, d)) return false;
-  d.was = d.now;
-  settle(d);
+  setsaved(d);
   return true;
 }
 

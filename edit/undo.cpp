@@ -168,8 +168,7 @@ void editundo(int64_t v) {
       dropspan(d, tapcount(o));
       break;
     case 3:
-      flatten(d);
-      d.now = o->data;
+      setnow(d, o->data);
       settle(d);
       d.point = w;
       recentre(d, false);

@@ -104,8 +104,8 @@ struct Seen {
 };
 
 Seen seen(const std::string &name, const Doc &d) {
-  std::string head = headof(d), tail = tailof(d);
-  return {head + d.now + tail, head + d.was + tail, head, tail, d.was, d.now, d.over, d.point, lastv(name)};
+  std::string head = headof(d), tail = tailof(d), was = wasof(d), now = nowof(d);
+  return {head + now + tail, head + was + tail, head, tail, was, now, d.over, d.point, lastv(name)};
 }
 
 // What is known of a document's history. Its log fits its text until the text changes without a
@@ -127,27 +127,30 @@ std::map<std::string, History> histories;
 // The window was and now share no first and no last byte; a pure insertion or deletion stands as
 // far right as it can; an unchanged document keeps everything in head.
 bool settled(const Doc &d) {
-  std::string tail = tailof(d);
-  if (d.was == d.now) return d.was.empty() && tail.empty();
-  if (d.was.empty() || d.now.empty()) {
-    const std::string &w = d.was.empty() ? d.now : d.was;
+  std::string tail = tailof(d), was = wasof(d), now = nowof(d);
+  if (was == now) return was.empty() && tail.empty();
+  if (was.empty() || now.empty()) {
+    const std::string &w = was.empty() ? now : was;
     return tail.empty() || tail[0] != w[0];
   }
-  return d.was[0] != d.now[0] && d.was.back() != d.now.back();
+  return was[0] != now[0] && was.back() != now.back();
 }
 
 // What every document holds to after a key, with what it was before the key when it existed.
 // Backspace leaves its window unsettled for the next edit to settle, so an unsettled window is
 // one that the key left as it was or that lost the one byte at the point.
 void docholds(const std::string &name, const Doc &d, const Seen *before) {
-  const Common &c = d.common;
-  holds(c.gs <= c.ge && c.ge <= c.buf.size() && c.split <= c.buf.size() - (c.ge - c.gs));
+  // The changes stand in order inside the saved text, each but the last before the next.
+  holds(!d.window.empty() && d.window[0].at >= 0 && d.window[0].len >= 0);
+  for (size_t i = 1; i < d.window.size(); i++)
+    holds(d.window[i].len >= 0 && d.window[i - 1].at + d.window[i - 1].len <= d.window[i].at);
+  holds(d.window.back().at + d.window.back().len <= (int64_t)d.saved.size());
   Seen now = seen(name, d);
   holds(d.point >= 0 && d.point <= (int64_t)now.text.size() && d.over <= 1);
   holds(isclean(d) == (now.text == now.saved));
   Doc again = d;
   settle(again);
-  holds(settled(again) && textof(again) == now.text && headof(again) + again.was + tailof(again) == now.saved);
+  holds(settled(again) && textof(again) == now.text && again.saved == now.saved);
   if (&d == &promptline || settled(d)) return;
   bool kept = before && before->head == now.head && before->tail == now.tail && before->was == now.was &&
               before->now == now.now;

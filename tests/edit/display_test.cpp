@@ -133,14 +133,15 @@ TEST_F(Screen, ARepaintWritesOnlyWhatChanged) {
 static std::vector<uint16_t> modelplane(int64_t &ccol, int64_t &crow) {
   const Doc &d = cur();
   std::vector<uint16_t> plane((size_t)(width * height), 0);
-  int64_t h = headlen(d), n = (int64_t)d.now.size(), len = lenof(d);
+  std::string was = wasof(d), now = nowof(d);
+  int64_t h = headlen(d), n = (int64_t)now.size(), len = lenof(d);
   int64_t lo = std::min(d.point, mark), hi = std::max(d.point, mark), col = 0, row = 1;
   for (int64_t pos = d.top; row < height; pos++) {
     if (pos == d.point) ccol = col, crow = row;
     unsigned char b = charat(d, pos);
     bool selected = mark != -1 && lo <= pos && pos < hi;
     bool changed = h <= pos && pos < h + n &&
-                   (d.was.size() != d.now.size() || d.was[(size_t)(pos - h)] != d.now[(size_t)(pos - h)]);
+                   (was.size() != now.size() || was[(size_t)(pos - h)] != now[(size_t)(pos - h)]);
     uint16_t *at = &plane[(size_t)(row * width)];
     if (b != 10 || pos < len) at[col++] = cellfor(selected, changed, false, b);
     else at[col++] = blankfor(selected, false);

@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "core/file.h"
 #include "edit/doc.h"
 #include "tests/edit/edittest.h"
 
@@ -16,7 +17,9 @@ struct Meaning {
 
 void agree(const Doc &d, const Meaning &m, bool settled, const std::string &step) {
   ASSERT_EQ(textof(d), m.text) << step;
-  ASSERT_EQ(headof(d) + d.was + tailof(d), m.saved) << step;
+  std::string was = wasof(d), now = nowof(d);
+  ASSERT_EQ(headof(d) + was + tailof(d), m.saved) << step;
+  ASSERT_EQ(headof(d) + now + tailof(d), m.text) << step;
   ASSERT_EQ(d.point, m.point) << step;
   ASSERT_EQ(isclean(d), m.text == m.saved) << step;
   int64_t len = lenof(d);
@@ -37,14 +40,14 @@ void agree(const Doc &d, const Meaning &m, bool settled, const std::string &step
   if (!settled) return;
   // The settled window is the smallest: was and now differ in their first and in their last
   // bytes; an insertion or a deletion stands as far right as it can; no change leaves no window.
-  const std::string &w = d.was.empty() ? d.now : d.was, tail = tailof(d);
-  if (d.was == d.now) {
+  const std::string &w = was.empty() ? now : was, tail = tailof(d);
+  if (was == now) {
     ASSERT_TRUE(w.empty() && tail.empty()) << step;
-  } else if (d.was.empty() || d.now.empty()) {
+  } else if (was.empty() || now.empty()) {
     ASSERT_TRUE(tail.empty() || tail[0] != w[0]) << step;
   } else {
-    ASSERT_NE(d.was[0], d.now[0]) << step;
-    ASSERT_NE(d.was.back(), d.now.back()) << step;
+    ASSERT_NE(was[0], now[0]) << step;
+    ASSERT_NE(was.back(), now.back()) << step;
   }
 }
 
@@ -95,10 +98,10 @@ TEST_F(Docs, RandomEditsKeepTheirMeaningAndASettledWindow) {
           what = "widen", settled = false;
           if (m.point < len && rng() % 2) {
             widenover(d);
-            ASSERT_LT(d.point, headlen(d) + (int64_t)d.now.size());
+            ASSERT_LT(d.point, headlen(d) + nowlen(d));
           } else {
             widen(d);
-            ASSERT_LE(d.point, headlen(d) + (int64_t)d.now.size());
+            ASSERT_LE(d.point, headlen(d) + nowlen(d));
           }
           ASSERT_LE(headlen(d), d.point);
           break;
@@ -121,4 +124,54 @@ TEST_F(Docs, OvertypeAtTheEndAndSpansPastIt) {
   EXPECT_NE(testlog.find("usedputo preoish(z=0,a=0,b=2,c=0,d=1,e=2,f=-1)\n"), std::string::npos) << testlog;
   d.point = 2;
   EXPECT_DEATH(dropspan(d, 2), "ASSERTION FAILED:v:");
+}
+
+// Edits far apart leave several changes in one window with long saved stretches between them.
+// Typing, overtyping and deleting over the seams between changes and saved bytes, a kill, a save,
+// and undoing everything keep the meaning, the settled window and the text that goes to the file.
+TEST_F(Docs, EditsFarApartInOneWindowUndoAndSave) {
+  std::string path = scratchdir() + "/far", text;
+  for (int i = 0; i < 3000; i++) text += "abcdefghij\n"[i % 11];
+  writefile(path, text);
+  Doc &d = opendoc(path, text);
+  Meaning m{text, text, 0};
+  auto keys = [&](int64_t p, const std::string &k, const std::string &what) {
+    moveto(d, p);
+    typetext(k);
+    m.point = d.point;
+    agree(d, m, true, what);
+  };
+  m.text.insert(5, "xy"), keys(5, "xy", "typed at the start");
+  m.text.insert(2900, "z"), keys(2900, "z", "typed near the end");
+  m.text.erase(1498, 2), keys(1500, "\x7f\x7f", "deleted in the middle");
+  m.text.replace(1497, 3, "QRS"), keys(1497, "\x18QRS\x18", "overtyped over the middle seam");
+  m.text.erase(2900, 2), keys(2901, "\x7f\x1c", "deleted both ways at the end");
+  m.text.erase(3, m.text.find('\n', 3) - 3), keys(3, "\x0b", "killed at the start");
+  ASSERT_FALSE(HasFatalFailure());
+  press("\x17");
+  EXPECT_EQ(fileread(path), m.text);
+  m.saved = m.text;
+  m.text.insert(0, "s"), keys(0, "s", "typed at the start after the save");
+  m.text += "e", keys((int64_t)m.text.size() - 1, "e", "typed at the end after the save");
+  while (canundo()) press("\x1f");
+  m.text = text, m.point = d.point;
+  agree(d, m, true, "all undone");
+}
+
+// Skipping lines counts whole blocks of text at once: over lines of every short length, with
+// changes that cut the text into pieces, each count must stop on the newline a search finds.
+TEST_F(Docs, SkippingManyLinesOverPiecesAndBlocks) {
+  std::mt19937 rng(3);
+  std::string text;
+  while (text.size() < 40000) text += std::string(rng() % 30, 'a') + "\n";
+  Doc d = newdoc(text);
+  for (int64_t at : {9000, 17, 30000}) d.point = at, insertbyte(d, '\n'), text.insert((size_t)at, "\n");
+  // Every count from a few starts, so that counts ending on each block's last newline come up.
+  for (int64_t from : {0, 4095, 4097, 12345}) {
+    int64_t want = from;
+    for (int64_t n = 0; want < (int64_t)text.size(); n++) {
+      ASSERT_EQ(skiplines(d, from, n), want) << from << " " << n;
+      want = (int64_t)text.find('\n', (size_t)want) + 1;
+    }
+  }
 }
