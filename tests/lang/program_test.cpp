@@ -157,9 +157,9 @@ TEST(Programs, DeeplyNestedTextsRunAndPrint) {
   r = run(partial + "1" + std::string(n, ')'));
   want.resize(want.size() - 3);
   EXPECT_EQ(r.printed, want + "K1" + std::string(n - 1, ')'));
-  std::string sums(n, '('), wings;
+  std::string sums = std::string(n, '(') + "1", wings;
   for (int i = 0; i < n; i++) sums += "+1)", wings += "x{1}(";
-  EXPECT_EQ(run(sums.insert(n, "1")).printed, std::to_string(n + 1));
+  EXPECT_EQ(run(sums).printed, std::to_string(n + 1));
   EXPECT_EQ(run(wings + "x" + std::string(n, ')')).printed, "1");
 }
 
