@@ -44,6 +44,7 @@ struct Parse {
   std::vector<Group> groups;
   std::vector<CellRef> terms;
   bool trying = false, broke = false;
+  Bytecells *bytes;
 };
 
 size_t offset(const Parse &P, Text t) { return (size_t)(t.data() - P.text.data()); }
@@ -77,7 +78,12 @@ Positions opps(const Parse &P, Text t, const char *chars) {
   return p;
 }
 
-CellRef leaf(char c) { return CellRef(newleaf(&c, 1)); }
+// The leaf of one byte, made once for all the parses that share P.bytes.
+CellRef leaf(Parse &P, char c) {
+  Cell *&cell = P.bytes->cell[(unsigned char)c];
+  if (!cell) cellinc(cell = newleaf(&c, 1));
+  return CellRef(cell);
+}
 
 // The text before the first position, each piece from the end of a position's group to the next
 // position, and the text after the last position's group: one more piece than positions.
@@ -159,10 +165,10 @@ CellRef rung(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(r.chars)) return next(P, t, seen);
   Positions p = opps(P, t, r.chars);
   if (p.empty()) return next(P, t, seen);
-  auto make = [t](size_t at, CellRef a, CellRef b) {
+  auto make = [&P, t](size_t at, CellRef a, CellRef b) {
     if (t[at] == '\n') return cellpair(std::move(b), std::move(a));
     if (t[at] == ' ') return cellpair(std::move(a), std::move(b));
-    return cellpair3(leaf(t[at]), std::move(a), std::move(b));
+    return cellpair3(leaf(P, t[at]), std::move(a), std::move(b));
   };
   return r.right ? rightfold(P, t, seen, p, next, make) : leftfold(P, t, seen, p, next, make);
 }
@@ -173,17 +179,17 @@ CellRef level1(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(";\\{")) return rung<2>(P, t, seen);
   Positions p = opps(P, t, ";\\{");
   return rightfold(P, t, seen, p, rung<2>, [&P, t](size_t at, CellRef left, CellRef acc) {
-    if (t[at] != '{') return cellpair3(leaf(t[at]), std::move(left), std::move(acc));
+    if (t[at] != '{') return cellpair3(leaf(P, t[at]), std::move(left), std::move(acc));
     const Group &g = groupat(P, t.substr(at));
-    return cellpair4(leaf('{'), std::move(left), P.terms[g.first], std::move(acc));
+    return cellpair4(leaf(P, '{'), std::move(left), P.terms[g.first], std::move(acc));
   });
 }
 
 CellRef commas(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(",")) return level1(P, t, seen);
   Positions p = opps(P, t, ",");
-  return rightfold(P, t, seen, p, level1, [](size_t, CellRef a, CellRef acc) {
-    return cellpair3(leaf(','), std::move(a), std::move(acc));
+  return rightfold(P, t, seen, p, level1, [&P](size_t, CellRef a, CellRef acc) {
+    return cellpair3(leaf(P, ','), std::move(a), std::move(acc));
   });
 }
 
@@ -192,9 +198,9 @@ CellRef commas(Parse &P, Text t, const Seen &seen) {
 CellRef prefixed(Parse &P, Text t, const Seen &seen, Level next) {
   size_t n = 0;
   while (n < t.size() && isprefix(t[n])) n++;
-  if (!holds(P, n < t.size())) return leaf('}');
+  if (!holds(P, n < t.size())) return leaf(P, '}');
   CellRef acc = next(P, t.substr(n), seen);
-  while (n-- > 0) acc = cellpair(leaf(t[n]), std::move(acc));
+  while (n-- > 0) acc = cellpair(leaf(P, t[n]), std::move(acc));
   return acc;
 }
 
@@ -205,8 +211,8 @@ CellRef level10(Parse &P, Text t, const Seen &seen) { return prefixed(P, t, seen
 CellRef level9(Parse &P, Text t, const Seen &seen) {
   size_t n = t.size();
   while (n > 0 && isprefix(t[n - 1])) n--;
-  CellRef acc = n ? level10(P, t.substr(0, n), seen) : leaf('}');
-  for (size_t i = n; i < t.size(); i++) acc = cellpair(leaf(t[i]), std::move(acc));
+  CellRef acc = n ? level10(P, t.substr(0, n), seen) : leaf(P, '}');
+  for (size_t i = n; i < t.size(); i++) acc = cellpair(leaf(P, t[i]), std::move(acc));
   return acc;
 }
 
@@ -232,9 +238,9 @@ CellRef level11(Parse &P, Text t, const Seen &seen) {
 // Atoms. In a bracket literal a newline byte is layout and a NUL byte, the editor's line break,
 // is a real newline; a NUL byte alone is the newline leaf as well. A parenthesis here groups.
 CellRef level14(Parse &P, Text t) {
-  if (!holds(P, !t.empty())) return leaf('}');
+  if (!holds(P, !t.empty())) return leaf(P, '}');
   unsigned char c = t[0];
-  if ((c >= '0' && c <= '9') || wordbyte(c)) return CellRef(std::string(t));
+  if ((c >= '0' && c <= '9') || wordbyte(c)) return t.size() == 1 ? leaf(P, (char)c) : CellRef(std::string(t));
   if (c == '[') {
     std::string s;
     s.reserve(t.size());
@@ -245,18 +251,18 @@ CellRef level14(Parse &P, Text t) {
   if (c == '(') {
     const Group &g = groupat(P, t);
     if (!g.whole) return P.terms[g.first];
-    if (!holds(P, !g.broken)) return leaf('}');
+    if (!holds(P, !g.broken)) return leaf(P, '}');
     return P.terms[g.first + g.count];
   }
-  if (!holds(P, t.size() == 1)) return leaf('}');
-  return leaf(c ? (char)c : '\n');
+  if (!holds(P, t.size() == 1)) return leaf(P, '}');
+  return leaf(P, c ? (char)c : '\n');
 }
 
 // Juxtaposition of tokens, to the left. A parenthesised token after the first is a call list:
 // each of its comma pieces is one more argument.
 CellRef level13(Parse &P, Text t, const Seen &) {
   Positions starts = tokenstartsby(t, [&P, t](size_t i) { return endof(P, t, i); });
-  if (!holds(P, !starts.empty())) return leaf('}');
+  if (!holds(P, !starts.empty())) return leaf(P, '}');
   starts.push_back(t.size());
   CellRef acc = level14(P, t.substr(0, starts[1]));
   for (size_t k = 1; k + 1 < starts.size(); k++) {
@@ -324,18 +330,25 @@ void readgroups(Parse &P) {
   must(open.empty());
 }
 
-CellRef parse(const std::string &text, Level top) {
+CellRef parse(const std::string &text, Level top, Bytecells *bytes) {
+  Bytecells own;
   Parse P;
   P.text = text;
+  P.bytes = bytes ? bytes : &own;
   readgroups(P);
   return top(P, P.text, seenof(P, P.text));
 }
 
 }  // namespace
 
-CellRef parsetop(std::string text) { return parse(text, level1); }
+CellRef parsetop(std::string text, Bytecells *bytes) { return parse(text, level1, bytes); }
 
-CellRef parselist(std::string text) { return parse(text, commas); }
+CellRef parselist(std::string text) { return parse(text, commas, nullptr); }
+
+Bytecells::~Bytecells() {
+  for (Cell *c : cell)
+    if (c) celldec(c);
+}
 
 std::string posname(int64_t n) {
   if (n == 0x40000000) return "!!!!!";

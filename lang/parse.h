@@ -10,8 +10,19 @@
 
 // The positions at nesting depth 0 of any of the characters; a group's opening byte is seen.
 std::vector<size_t> oppositions(std::string_view text, std::string_view chars);
-// A definition or an expression: the level of ";", "\" and "{".
-CellRef parsetop(std::string text);
+// The leaves of one byte that the parses of a text share, each made at its first need: the
+// operators and letters of a long program are then a few cells, which interning meets as one.
+struct Bytecells {
+  Cell *cell[256] = {};
+  Bytecells() = default;
+  Bytecells(const Bytecells &) = delete;
+  Bytecells &operator=(const Bytecells &) = delete;
+  ~Bytecells();
+};
+
+// A definition or an expression: the level of ";", "\" and "{". Its one-byte leaves are shared
+// with the other parses of bytes when it is given.
+CellRef parsetop(std::string text, Bytecells *bytes = nullptr);
 // The inside of a pair of wings: the level of the comma.
 CellRef parselist(std::string text);
 

@@ -61,9 +61,10 @@ Outcome unitread(int64_t base, const std::string &text, Unit &u) {
   if (!matchcheck(text, base, error, where)) return fails("", where, error.substr(0, 5), error);
   std::string norm = normalise(text);
   auto all = pieces(norm);
-  u.defs.insert_or_assign("", parsetop(all[0].second));
+  Bytecells bytes;
+  u.defs.insert_or_assign("", parsetop(all[0].second, &bytes));
   for (size_t i = 1; i < all.size(); i++) {
-    std::optional<Definition> d = definitionof(parsetop(all[i].second));
+    std::optional<Definition> d = definitionof(parsetop(all[i].second, &bytes));
     if (!d) continue;
     const std::string &n = d->name;
     size_t at = all[i].first + 1;
