@@ -330,20 +330,26 @@ void readgroups(Parse &P) {
   must(open.empty());
 }
 
-CellRef parse(const std::string &text, Level top, Bytecells *bytes) {
-  Bytecells own;
+CellRef parse(const std::string &text, Level top, Bytecells &bytes) {
   Parse P;
   P.text = text;
-  P.bytes = bytes ? bytes : &own;
+  P.bytes = &bytes;
   readgroups(P);
   return top(P, P.text, seenof(P, P.text));
 }
 
 }  // namespace
 
-CellRef parsetop(std::string text, Bytecells *bytes) { return parse(text, level1, bytes); }
+CellRef parsetop(std::string text, Bytecells *bytes) {
+  if (bytes) return parse(text, level1, *bytes);
+  Bytecells own;
+  return parse(text, level1, own);
+}
 
-CellRef parselist(std::string text) { return parse(text, commas, nullptr); }
+CellRef parselist(std::string text) {
+  Bytecells own;
+  return parse(text, commas, own);
+}
 
 Bytecells::~Bytecells() {
   for (Cell *c : cell)
