@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -43,10 +44,16 @@ struct Refs {
   Flat number;                            // hash of a name to its number
   uint32_t defined = 0;                   // the numbers below are definitions
   std::vector<char> stocked;              // by number: a name of the stock, defined though not checked
-  std::vector<std::vector<uint32_t>> of;  // by definition: the names it refers to, each once
+  std::vector<uint32_t> named;            // the names each definition refers to, each once, definition after definition
+  std::vector<uint32_t> from{0};          // by definition: where its names begin in named, and where the last ends
   std::vector<uint32_t> last;             // by number: the last definition that named it
   std::deque<std::string> missing;        // the texts of the names neither defined nor stock
   bool missed(uint32_t n) const { return n >= defined && !stocked[n]; }
+  // The names a definition refers to; none for one that was not walked.
+  std::span<const uint32_t> of(uint32_t d) const {
+    if (d + 1 >= from.size()) return {};
+    return {named.data() + from[d], from[d + 1] - from[d]};
+  }
 };
 
 uint64_t namehash(std::string_view name) { return std::hash<std::string_view>()(name) | 1; }
@@ -70,13 +77,13 @@ Refs numbered(const Scope &scope) {
   for (Def d : scope.defs) newnumber(refs, d->first);
   refs.defined = (uint32_t)refs.names.size();
   refs.stocked.assign(refs.defined, 0);
-  refs.of.resize(refs.defined);
   refs.last.assign(refs.defined, ~0u);
   return refs;
 }
 
+// The definitions are walked in their order, each once.
 void addrefs(Refs &refs, uint32_t d, const CellRef &term, const Scope &scope) {
-  std::vector<uint32_t> &to = refs.of[d];
+  while (refs.from.size() < d + 1) refs.from.push_back((uint32_t)refs.named.size());
   refseach(term, [&](std::string_view n) {
     std::optional<uint32_t> i = numberof(refs, n);
     if (!i) {
@@ -84,8 +91,9 @@ void addrefs(Refs &refs, uint32_t d, const CellRef &term, const Scope &scope) {
       refs.stocked.push_back(scope.instock(n));
       refs.last.push_back(~0u);
     }
-    if (refs.last[*i] != d) to.push_back(*i), refs.last[*i] = d;
+    if (refs.last[*i] != d) refs.named.push_back(*i), refs.last[*i] = d;
   });
+  refs.from.push_back((uint32_t)refs.named.size());
 }
 
 // Whether every name reachable from the main expression is defined, by a walk in any order.
@@ -98,7 +106,7 @@ bool allalive(const Refs &refs) {
     todo.pop_back();
     if (refs.missed(m)) return false;
     if (m >= refs.defined) continue;
-    for (uint32_t n : refs.of[m])
+    for (uint32_t n : refs.of(m))
       if (!seen[n]) seen[n] = 1, todo.push_back(n);
   }
   return true;
@@ -122,7 +130,7 @@ Outcome alive(const Refs &refs) {
       std::string by = f.empty() ? "TOP" : f;
       return fails(swapnewline(m), "Alive", "Alive function [" + by + "] references undefined [" + swapnewline(m) + "].");
     }
-    for (uint32_t n : refs.of[k])
+    for (uint32_t n : refs.of(k))
       if (!seen.count(std::string(refs.names[n]))) work[std::string(refs.names[n])] = m;
   }
   return Outcome();
@@ -133,7 +141,7 @@ void prune(const Refs &refs, Scope &scope) {
   std::vector<uint32_t> todo;
   std::vector<char> gone(refs.defined, 0);
   for (uint32_t d = 0; d < refs.defined; d++)
-    for (uint32_t n : refs.of[d])
+    for (uint32_t n : refs.of(d))
       if (refs.missed(n)) {
         todo.push_back(d), gone[d] = 1;
         break;
@@ -141,7 +149,7 @@ void prune(const Refs &refs, Scope &scope) {
   if (todo.empty()) return;
   std::vector<std::vector<uint32_t>> referrers(refs.defined);
   for (uint32_t d = 0; d < refs.defined; d++)
-    for (uint32_t n : refs.of[d])
+    for (uint32_t n : refs.of(d))
       if (n < refs.defined) referrers[n].push_back(d);
   while (!todo.empty()) {
     uint32_t n = todo.back();
