@@ -2,6 +2,9 @@
 // All are function-local statics, built on first use and kept to process exit.
 #include "core/tables.h"
 
+#include <functional>
+#include <string_view>
+
 uint64_t tablesgeneration = 0;
 
 Defs &deftable() {
@@ -17,6 +20,43 @@ std::set<std::string, std::less<>> &freshnames() {
 Keep &keepset() {
   static Keep keep;
   return keep;
+}
+
+// A hash index of the definition table's entries, made once the table has been asked about more
+// names since its last change than a quarter of its size: a load of many definitions asks about
+// each, and a run that changes the table often keeps to the ordered search. An entry that is
+// replaced keeps its node, so only a new or erased name makes the index stale.
+struct Defindex {
+  uint64_t generation = ~0ull, epoch = 0;
+  size_t size = 0, asked = 0;
+  bool made = false;
+  Flat at;  // hash of a name to its entry
+};
+
+static uint64_t namehash(std::string_view name) { return std::hash<std::string_view>()(name) | 1; }
+
+Defs::value_type *deffind(std::string_view name) {
+  static Defindex ix;
+  Defs &defs = deftable();
+  if (ix.generation != tablesgeneration || ix.epoch != defs.epoch || ix.size != defs.size()) {
+    ix.generation = tablesgeneration, ix.epoch = defs.epoch, ix.size = defs.size();
+    ix.asked = 0, ix.made = false, ix.at = Flat();
+  }
+  if (!ix.made && ++ix.asked < 64 + defs.size() / 4) {
+    auto d = defs.find(name);
+    return d == defs.end() ? nullptr : &*d;
+  }
+  if (!ix.made) {
+    flatreserve(ix.at, defs.size());
+    for (auto &entry : defs) flatput(ix.at, namehash(entry.first), (uint64_t)(uintptr_t)&entry);
+    ix.made = true;
+  }
+  Defs::value_type *found = nullptr;
+  flatscan(ix.at, namehash(name), [&](uint64_t v) {
+    auto *entry = (Defs::value_type *)(uintptr_t)v;
+    return entry->first == name && (found = entry);
+  });
+  return found;
 }
 
 static void flatresize(Flat &f, size_t slots) {

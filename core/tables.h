@@ -35,6 +35,9 @@ std::set<std::string, std::less<>> &freshnames();
 // Counts the resets of the tables, so that what is derived from them can tell it is stale.
 extern uint64_t tablesgeneration;
 
+// The entry of a name in the definition table, or null.
+Defs::value_type *deffind(std::string_view name);
+
 // A flat table of 64-bit keys and values with linear probing, for the lookups of interning, where
 // node-based maps spend their time allocating and chasing pointers. Key 0 marks a free slot; a
 // key may occur more than once. A key and its value share a slot, so that a probe touches one

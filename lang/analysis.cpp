@@ -61,9 +61,7 @@ static void sizename(Cell *c, const char *t) {
   unsigned char first = (unsigned char)t[0];
   std::string_view text(t);
   if (!isleafname(text)) return settop(c, 0xB5);
-  auto &defs = deftable();
-  auto d = defs.find(text);
-  if (d != defs.end()) {
+  if (Defs::value_type *d = deffind(text)) {
     setarity(c, leadingbinders(d->second.get()));
     setredex(c, false);
     return;
