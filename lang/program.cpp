@@ -49,6 +49,11 @@ struct Refs {
   std::vector<uint32_t> last;             // by number: the last definition that named it
   std::deque<std::string> missing;        // the texts of the names neither defined nor stock
   bool missed(uint32_t n) const { return n >= defined && !stocked[n]; }
+  bool anymissed() const {
+    for (uint32_t n = defined; n < names.size(); n++)
+      if (!stocked[n]) return true;
+    return false;
+  }
   // The names a definition refers to; none for one that was not walked.
   std::span<const uint32_t> of(uint32_t d) const {
     if (d + 1 >= from.size()) return {};
@@ -116,7 +121,7 @@ bool allalive(const Refs &refs) {
 // taken first, and a missing one is reported with the definition that named it. The walk in name
 // order runs only when some name is missing, to find the one it reports.
 Outcome alive(const Refs &refs) {
-  if (allalive(refs)) return Outcome();
+  if (!refs.anymissed() || allalive(refs)) return Outcome();
   std::map<std::string, std::string> work{{"", "nowhere"}};
   std::unordered_set<std::string> seen;
   while (!work.empty()) {
@@ -138,6 +143,7 @@ Outcome alive(const Refs &refs) {
 
 // Definitions that name something undefined go, with every definition that names one of them.
 void prune(const Refs &refs, Scope &scope) {
+  if (!refs.anymissed()) return;
   std::vector<uint32_t> todo;
   std::vector<char> gone(refs.defined, 0);
   for (uint32_t d = 0; d < refs.defined; d++)
