@@ -73,6 +73,7 @@ Positions opps(const Parse &P, Text t, const char *chars) {
   bool in[256] = {};
   for (; *chars; chars++) in[(unsigned char)*chars] = true;
   Positions p;
+  p.reserve(8);  // most levels find a few, and growing one by one costs more than the room
   for (size_t i = 0; i < t.size(); i = endof(P, t, i) + 1)
     if (in[(unsigned char)t[i]]) p.push_back(i);
   return p;

@@ -212,8 +212,16 @@ Outcome letters(const Scope &scope, const Traits &traits) {
 void intern(const Scope &scope) {
   Keep &k = keepset();
   k = scope.stock ? stockkeep(*scope.stock) : Keep();
-  for (Def d : scope.defs)
-    if (d) d->second = cellkeepif(d->second, [](Cell *c) { return isnormal(c); });
+  // A sixteenth of the way through a long program, the set is made as large as the rest will
+  // need if it goes on as it began, so that it does not grow step by step through every size.
+  size_t n = scope.defs.size();
+  for (size_t i = 0; i < n; i++) {
+    if (i == n / 16 && i >= 1024) {
+      flatreserve(k.members, k.members.size() * n / i);
+      flatreserve(k.hashes, k.hashes.size() * n / i);
+    }
+    if (Def d = scope.defs[i]) d->second = cellkeepif(d->second, [](Cell *c) { return isnormal(c); });
+  }
   keepsettle(k);
 }
 
