@@ -107,3 +107,27 @@ TEST_F(Analysis, DeepTermsAreAnalysedAndSubstitutedWithoutNativeStack) {
   EXPECT_EQ(freeset(s), 0u);
   EXPECT_EQ(arityof(s), -51);  // the floor absorbs
 }
+
+// A long table is searched through an index once it has been asked about many names; the index
+// must follow every change of the table: a replaced definition, a name added, a name erased and
+// another added in its place, which leaves the size as it was.
+TEST_F(Analysis, NamesOfALongTableFollowItsChanges) {
+  auto name = [](int i) {
+    std::string s = "nm";
+    for (; i; i /= 26) s += (char)('a' + i % 26);
+    return s;
+  };
+  const char *bodies[] = {"Z", "(\\ a a)", "(\\ a (\\ b a))"};
+  for (int i = 1; i <= 2000; i++) define(name(i), bodies[i % 3]);
+  for (int round = 0; round < 2; round++)
+    for (int i = 1; i <= 2000; i++) ASSERT_EQ(arityof(CellRef(name(i))), i % 3) << name(i);
+  deftable().insert_or_assign(name(7), sexp("(\\ a (\\ b a))"));
+  EXPECT_EQ(arityof(CellRef(name(7))), 2);
+  define("nmlate", "(\\ a a)");
+  EXPECT_EQ(arityof(CellRef("nmlate")), 1);
+  for (int i = 1; i <= 2000; i++) arityof(CellRef(name(i)));
+  deftable().erase(name(8));
+  define("nmlater", "(\\ a (\\ b a))");
+  EXPECT_EQ(arityof(CellRef("nmlater")), 2);
+  EXPECT_EQ(arityof(CellRef(name(9))), 0);
+}
