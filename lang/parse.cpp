@@ -368,7 +368,7 @@ std::string posname(int64_t n) {
 static bool failed(const char *status, int64_t at, const std::string &message, std::string &error,
                    int64_t &where) {
   where = at;
-  error = status + ("[" + posname(at) + "]") + message;
+  error.assign(status).append("[").append(posname(at)).append("]").append(message);
   return false;
 }
 
