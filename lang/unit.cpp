@@ -2,6 +2,8 @@
 // works on a map of definitions and reports the first failure in the words the user sees.
 #include "lang/unit.h"
 
+#include <algorithm>
+
 #include "core/tables.h"
 #include "lang/analysis.h"
 #include "lang/chars.h"
@@ -48,6 +50,19 @@ std::optional<Definition> definitionof(const CellRef &t) {
   return Definition{namecore(named), fresh, std::move(body)};
 }
 
+// The definitions read, in text order, go into the unit at once: sorted by name, the last of
+// each name wins, and each enters the map at its end rather than by a search of its own.
+void defsput(std::vector<Definition> &read, Unit &u) {
+  std::stable_sort(read.begin(), read.end(), [](const Definition &a, const Definition &b) { return a.name < b.name; });
+  for (size_t i = 0; i < read.size(); i++) {
+    if (i + 1 < read.size() && read[i + 1].name == read[i].name) continue;
+    Definition &d = read[i];
+    if (d.fresh) u.fresh.insert(d.name);
+    else u.fresh.erase(d.name);
+    u.defs.insert_or_assign(u.defs.end(), std::move(d.name), std::move(d.body));
+  }
+}
+
 int paramcount(const CellRef &term) {
   int n = 0;
   for (Cell *d = term.get(); shapeof(d) == 'u'; d = d->right) n++;
@@ -63,21 +78,26 @@ Outcome unitread(int64_t base, const std::string &text, Unit &u) {
   auto all = pieces(norm);
   Bytecells bytes;
   u.defs.insert_or_assign("", parsetop(all[0].second, &bytes));
+  std::vector<Definition> read;
+  read.reserve(all.size() - 1);
   for (size_t i = 1; i < all.size(); i++) {
     std::optional<Definition> d = definitionof(parsetop(all[i].second, &bytes));
     if (!d) continue;
     const std::string &n = d->name;
     size_t at = all[i].first + 1;
     while (at < norm.size() && norm[at] == ' ') at++;
-    if (isvarname(n))
+    if (isvarname(n)) {
+      defsput(read, u);
       return fails(n, base + (int64_t)at, "Lower",
                    "Single lowercase letters (" + n + ") cannot be defined as global variables.");
-    if (n == "\\" || n == "{" || builtins().count(n))
+    }
+    if (n == "\\" || n == "{" || builtins().count(n)) {
+      defsput(read, u);
       return fails(n, base + (int64_t)at, "Built", "Built in function [" + n + "] cannot be re-defined.");
-    u.defs.insert_or_assign(n, d->body);
-    if (d->fresh) u.fresh.insert(n);
-    else u.fresh.erase(n);
+    }
+    read.push_back(std::move(*d));
   }
+  defsput(read, u);
   return Outcome();
 }
 

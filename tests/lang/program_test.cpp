@@ -5,6 +5,7 @@
 #include "core/cell.h"
 #include "core/halt.h"
 #include "core/tables.h"
+#include "lang/print.h"
 #include "lang/program.h"
 #include "tests/support.h"
 
@@ -74,6 +75,20 @@ TEST(Programs, DefinitionsThatMayNotBe) {
   fails("1,plus\\2", "Built", "Built in function [plus] cannot be re-defined.", 2);
   fails("1,  [\\]\\2", "Built", "Built in function [\\] cannot be re-defined.", 2);
   fails("1,[{]\\2", "Built", "Built in function [{] cannot be re-defined.", 2);
+}
+
+// A name defined more than once takes its last body and its last form; what was read before a
+// definition that may not be stays in the table.
+TEST(Programs, TheLastDefinitionOfANameStands) {
+  EXPECT_EQ(run("fb,fa\\1,fb\\fa,fc\\2,fb\\3,fa\\4").printed, "3");
+  run("fq,fq()\\1,fq\\2");
+  EXPECT_EQ(freshnames().count("fq"), 0u);
+  run("fq,fq\\1,fq()\\2,fr\\1");
+  EXPECT_EQ(freshnames().count("fq"), 1u);
+  EXPECT_EQ(run("1,fs\\5,fs\\7,x\\3,ft\\1").o.status, "Lower");
+  ASSERT_EQ(deftable().count("fs"), 1u);
+  EXPECT_EQ(termprint(deftable().at("fs")), "7");
+  EXPECT_EQ(deftable().count("ft"), 0u);
 }
 
 TEST(Programs, ChecksOverTheWholeTable) {
