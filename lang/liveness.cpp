@@ -9,7 +9,6 @@
 namespace {
 
 using Slots = std::bitset<256>;
-constexpr uint32_t nowhere = ~0u;
 
 // The slots an instruction reads. A dynamic also writes the two slots of its parts, but only on
 // the way to some cases; counting no write there keeps the answer on the safe side.
