@@ -189,83 +189,108 @@ CellRef unsugar(const CellRef &t) {
   return unpair(unquote(t));
 }
 
-// The first bad binder, searched depth first: the binder of "\" and of "{" must be a name, the
-// value of a binding is searched before its body, and the left of an application before its right.
-CellRef funkyterm(const CellRef &t) {
-  static std::vector<Cell *> todo;  // nothing in the walk calls back here
-  todo.assign(1, t.get());
-  while (!todo.empty()) {
-    Cell *c = todo.back();
-    todo.pop_back();
-    if (isleafcell(c)) continue;
-    Cell *l = c->left, *r = c->right;
-    todo.push_back(r);
-    if (isleafcell(l)) continue;
-    if (isleafcell(l->left) && leafis(l->left, "\\")) {
-      if (!isname(celltextof(l->right))) return CellRef(c);
-    } else if (isleafcell(l->left)) {
-      todo.push_back(l->right);
-    } else if (leafis(l->left->left, "{")) {
-      if (!isname(celltextof(l->left->right))) return CellRef(c);
-      todo.push_back(l->right);
-    } else {
-      todo.push_back(l);
-    }
-  }
-  return CellRef("");
-}
+// The text of a leaf as a view, and nothing for a pair.
+static std::string_view textview(Cell *c) { return isleafcell(c) ? std::string_view(textof(c)) : std::string_view(); }
 
 // The name a binder binds, as a view of its leaf's text: "[+]" binds "+".
 static std::string_view bound(Cell *binder) {
-  std::string_view text = isleafcell(binder) ? std::string_view(textof(binder)) : std::string_view();
+  std::string_view text = textview(binder);
   must(isname(text));
   return text[0] == '[' ? text.substr(1, 1) : text;
 }
 
-// A leaf counts where no binder around it binds its name: the binder of "\" over the body, the
-// binder of "{" over the body and not over the value. The stacks serve every call, since nothing
-// in the walk calls back here; the count of each bound name is back at nothing when a walk ends.
-void refseach(const CellRef &term, const std::function<void(std::string_view)> &found) {
+// A binder leaf that is no single letter, in a pair of a leaf "{" or "\" with it.
+static bool wordbinder(Cell *op, Cell *x) {
+  return isleafcell(op) && (headbyte(op) == '{' || headbyte(op) == '\\') && isleafcell(x) && !isvarname(textof(x));
+}
+
+namespace {
+// The names bound around the cell in work: single letters, the usual binders, by count, and other
+// names by a count of their own; each walk has its own.
+struct Scopes {
+  int letters[26] = {};
+  size_t words = 0;
+  std::unordered_map<std::string_view, int> binding;  // views of binder texts in the term
+  void step(Cell *binder, int by) {
+    std::string_view name = bound(binder);
+    if (isvarname(name)) {
+      letters[name[0] - 'a'] += by;
+      return;
+    }
+    words += by;
+    auto b = binding.try_emplace(name, 0).first;
+    if ((b->second += by) == 0) binding.erase(b);
+  }
+  // A leaf counts where no binder around it binds its name.
+  bool refers(Cell *c) const {
+    unsigned char h = headbyte(c);
+    if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) return false;
+    std::string_view text(textof(c));
+    if (!isleafname(text)) return false;
+    return isvarname(text) ? letters[h - 'a'] == 0 : !words || !binding.count(text);
+  }
+};
+}  // namespace
+
+// One walk in the order of the search for a bad binder: the value of a binding before its body,
+// the left of an application before its right. The binder of "\" over the body and of "{" over
+// the body, not the value, hides a leaf of its name from the references.
+void firstwalk(Cell *t, bool sugar, Firstfound &out) {
   enum Op { visit, bind, unbind };
-  static std::vector<std::pair<Cell *, Op>> todo;
-  static std::unordered_map<std::string_view, int> binding;  // views of binder texts in the term
-  int letters[26] = {};                                     // single letters, the usual binders
-  todo.assign(1, {term.get(), visit});
-  size_t words = 0;  // binders of other names around the cell in work
+  static std::vector<std::pair<Cell *, Op>> todo;  // nothing in the walk calls back here
+  Scopes scopes;
+  out.bad = nullptr, out.sugar = out.words = false;
+  out.refs.clear();
+  todo.assign(1, {t, visit});
+  auto stop = [&](Cell *bad, bool sugared) { out.bad = bad, out.sugar = sugared; };
   while (!todo.empty()) {
     auto [c, op] = todo.back();
     todo.pop_back();
     if (op != visit) {
-      std::string_view name = bound(c);
-      int step = op == bind ? 1 : -1;
-      if (isvarname(name)) {
-        letters[name[0] - 'a'] += step;
-        continue;
-      }
-      words += step;
-      auto b = binding.try_emplace(name, 0).first;
-      if ((b->second += step) == 0) binding.erase(b);
+      scopes.step(c, op == bind ? 1 : -1);
       continue;
     }
     if (isleafcell(c)) {
-      unsigned char h = headbyte(c);
-      if (!h || h == '{' || h == '\\' || h == '[' || h == '(' || h == ' ' || isdigitbyte(h)) continue;
-      std::string_view text(textof(c));
-      if (!isleafname(text)) continue;
-      if (isvarname(text) ? letters[h - 'a'] > 0 : words && binding.count(text)) continue;
-      found(text);
+      if (scopes.refers(c)) out.refs.emplace_back(textof(c));
       continue;
     }
-    char shape = shapeof(c);
-    if (shape == 'u') {
-      todo.insert(todo.end(), {{c->left->right, unbind}, {c->right, visit}, {c->left->right, bind}});
-    } else if (shape == 'i') {
-      Cell *x = c->left->left->right;
-      todo.insert(todo.end(), {{x, unbind}, {c->right, visit}, {x, bind}, {c->left->right, visit}});
+    Cell *l = c->left, *r = c->right;
+    if (sugar && quoted(c)) return stop(nullptr, true);
+    if (isleafcell(l)) {
+      out.words |= wordbinder(l, r);
+      todo.insert(todo.end(), {{r, visit}, {l, visit}});
+    } else if (isleafcell(l->left) && leafis(l->left, "\\")) {
+      if (!isname(textview(l->right))) return stop(c, false);
+      out.words |= wordbinder(l->left, l->right);
+      todo.insert(todo.end(), {{l->right, unbind}, {r, visit}, {l->right, bind}});
+    } else if (isleafcell(l->left)) {
+      if (sugar && quoted(l)) return stop(nullptr, true);
+      out.words |= wordbinder(l->left, l->right);
+      todo.insert(todo.end(), {{r, visit}, {l->right, visit}, {l->left, visit}});
+    } else if (leafis(l->left->left, "{")) {
+      Cell *x = l->left->right;
+      if (!isname(textview(x))) return sugar && pairpattern(c) ? stop(nullptr, true) : stop(c, false);
+      out.words |= wordbinder(l->left->left, x);
+      todo.insert(todo.end(), {{x, unbind}, {r, visit}, {x, bind}, {l->right, visit}});
     } else {
-      todo.insert(todo.end(), {{c->right, visit}, {c->left, visit}});
+      todo.insert(todo.end(), {{r, visit}, {l, visit}});
     }
   }
+}
+
+// The first bad binder, or the empty leaf.
+CellRef funkyterm(const CellRef &t) {
+  Firstfound f;
+  firstwalk(t.get(), false, f);
+  return f.bad ? CellRef(f.bad) : CellRef("");
+}
+
+// A term given here has passed the search for bad binders.
+void refseach(const CellRef &term, const std::function<void(std::string_view)> &found) {
+  Firstfound f;
+  firstwalk(term.get(), false, f);
+  must(!f.bad);
+  for (std::string_view n : f.refs) found(n);
 }
 
 std::vector<std::string> refsof(const CellRef &term) {

@@ -23,6 +23,16 @@ CellRef unpair(const CellRef &t);
 // unquote, then unpair; a term with neither comes back as it is after one walk.
 CellRef unsugar(const CellRef &t);
 CellRef funkyterm(const CellRef &t);
+// What the first walk of a definition finds. It stops at the first binder that is no name, and,
+// when asked to look for them, at the first quote or pair pattern, which are to be rewritten
+// before the term is walked again.
+struct Firstfound {
+  Cell *bad = nullptr;                 // the first binder that is no name, as funkyterm finds it
+  bool sugar = false;                  // a quote or a pair pattern stopped the walk
+  bool words = false;                  // a binder is no single letter
+  std::vector<std::string_view> refs;  // the leaves that name a global, as often as they stand
+};
+void firstwalk(Cell *t, bool sugar, Firstfound &out);
 CellRef globalrefs(const CellRef &t);
 // Calls found for each leaf of the term that names a global, as often as the name stands there.
 void refseach(const CellRef &term, const std::function<void(std::string_view)> &found);

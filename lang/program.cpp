@@ -87,9 +87,9 @@ Refs numbered(const Scope &scope) {
 }
 
 // The definitions are walked in their order, each once.
-void addrefs(Refs &refs, uint32_t d, const CellRef &term, const Scope &scope) {
+void addrefs(Refs &refs, uint32_t d, const std::vector<std::string_view> &found, const Scope &scope) {
   while (refs.from.size() < d + 1) refs.from.push_back((uint32_t)refs.named.size());
-  refseach(term, [&](std::string_view n) {
+  for (std::string_view n : found) {
     std::optional<uint32_t> i = numberof(refs, n);
     if (!i) {
       i = newnumber(refs, refs.missing.emplace_back(n));
@@ -97,7 +97,7 @@ void addrefs(Refs &refs, uint32_t d, const CellRef &term, const Scope &scope) {
       refs.last.push_back(~0u);
     }
     if (refs.last[*i] != d) refs.named.push_back(*i), refs.last[*i] = d;
-  });
+  }
   refs.from.push_back((uint32_t)refs.named.size());
 }
 
@@ -176,18 +176,30 @@ struct Traits {
 
 // Quotes and pair patterns rewritten in every definition, then the first binder that is no name
 // reported; the references and traits of each definition are found while its cells are at hand.
+// One walk finds them all; a term it finds sugar in, or a bad binder, is rewritten first and
+// walked again, so that the bad binder reported is that of the rewritten term.
 Outcome tidy(Scope &scope, Refs &refs, Traits &traits) {
   Outcome funky;
   traits.words.assign(scope.defs.size(), 0);
   traits.toomany.assign(scope.defs.size(), 0);
+  Firstfound found;
   for (uint32_t d = 0; d < scope.defs.size(); d++) {
     CellRef &term = scope.defs[d]->second;
-    term = unsugar(term);
-    if (failed(funky)) continue;
-    funky = unitfunky(scope.defs[d]->first, term);
-    if (failed(funky)) continue;
-    addrefs(refs, d, term, scope);
-    traits.words[d] = anywordbinder(term.get());
+    if (failed(funky)) {
+      term = unsugar(term);
+      continue;
+    }
+    firstwalk(term.get(), true, found);
+    if (found.sugar || found.bad) {
+      term = unsugar(term);
+      firstwalk(term.get(), false, found);
+    }
+    if (found.bad) {
+      funky = unitbadkey(scope.defs[d]->first, CellRef(found.bad));
+      continue;
+    }
+    addrefs(refs, d, found.refs, scope);
+    traits.words[d] = found.words;
     traits.toomany[d] = failed(unitarity(scope.defs[d]->first, term));
   }
   return funky;

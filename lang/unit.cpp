@@ -104,6 +104,10 @@ Outcome unitread(int64_t base, const std::string &text, Unit &u) {
 Outcome unitfunky(const std::string &name, const CellRef &term) {
   CellRef bad = funkyterm(term);
   if (!cellispair(bad) && celllen(bad) == 0) return Outcome();
+  return unitbadkey(name, bad);
+}
+
+Outcome unitbadkey(const std::string &name, const CellRef &bad) {
   std::string e = swapnewline(termprint(bad));
   std::string where = name.empty() ? "" : " in function " + name;
   return fails(name, -1, "Funky", "Funky key in expression " + e + where + ".");

@@ -40,6 +40,8 @@ Outcome unitread(int64_t base, const std::string &text, Unit &u);
 // The first binder of a definition that is no name ("Funky"); quotes and pair patterns are
 // rewritten first (unsugar).
 Outcome unitfunky(const std::string &name, const CellRef &term);
+// The report of a bad binder found.
+Outcome unitbadkey(const std::string &name, const CellRef &bad);
 
 // Word locals of one definition made single letters ("Place" when more than 26), and the check
 // of its parameters ("Arity" when more than ten).

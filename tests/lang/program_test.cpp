@@ -97,6 +97,11 @@ TEST(Programs, ChecksOverTheWholeTable) {
   fails("ff,ff\\x\\y", "Alive", "Alive function [ff] references undefined [y].");
   fails("1\\x", "Funky", "Funky key in expression \\1x.");
   fails("ff,ff\\(a b c){1}a", "Funky", "Funky key in expression ({ (a b c) 1 a) in function ff.");
+  // Quotes and pair patterns anywhere in the definition, even past the bad binder, are rewritten
+  // before it is reported.
+  fails("ff,ff\\(a b c){`1}a", "Funky", "Funky key in expression ({ (a b c) V[1]1 a) in function ff.");
+  fails("ff,ff\\(a b c){1}((x y){V 1 2}x)", "Funky",
+        "Funky key in expression ({ (a b c) 1 ({y (V1 2) ({x yK ({y yH x)))) in function ff.");
   std::string eleven = "K,ff", ten = "K,ff";
   for (char c = 'a'; c < 'k'; c++) ten += std::string("\\") + c;
   eleven = ten + "\\k\\1";
