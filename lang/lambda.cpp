@@ -147,7 +147,8 @@ CellRef unquote(const CellRef &t) {
   };
   auto close = [](Cell *c, int, CellRef *r) {
     if (isleafcell(c->left) && headbyte(c->left) == '`')
-      return cellpair3(CellRef("V"), CellRef("[" + termprint(CellRef(c->right)) + "]"), std::move(r[0]));
+      return cellpair3(CellRef("V"), CellRef(termprint(CellRef(c->right)).insert(0, 1, '[').append(1, ']')),
+                       std::move(r[0]));
     return rebuild(c, std::move(r[0]), std::move(r[1]));
   };
   return rebuildwalk(t.get(), 0, open, close);
