@@ -170,8 +170,7 @@ inline bool leafis(const Cell *c, const char *s) {
 int cellcompare(const CellRef &a, const CellRef &b);
 CellRef cellkeep(CellRef ref);
 // Interning as one of a batch: a new member for which lasting is false passes (core/tables.h),
-// shared by the rest of the batch and taken out when the batch settles. The caller keeps every
-// result of the batch until it settles, since a passing member lives on their counts alone.
+// shared by the rest of the batch and taken out when the batch settles.
 CellRef cellkeepif(CellRef ref, bool (*lasting)(Cell *));
 
 // The blob length digits, most significant first: "_" is 0, "~" is 63, in the language's own order.

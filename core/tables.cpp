@@ -117,6 +117,7 @@ void keepadd(Keep &k, Cell *member, uint64_t hash) {
 }
 
 void keeppassing(Keep &k, Cell *member, uint64_t hash) {
+  cellinc(member);
   flatput(k.members, hash, (uint64_t)(uintptr_t)member | 1);
 }
 
@@ -133,12 +134,16 @@ void keepdrop(Keep &k, Cell *member) {
 void keepsettle(Keep &k) {
   std::vector<Slot> &s = k.members.slots;
   for (size_t i = 0; i < s.size(); i++)
-    while (s[i].key && (s[i].value & 1)) flatdropat(k.members, i);
+    while (s[i].key && (s[i].value & 1)) {
+      Cell *passing = keepmember(s[i].value);
+      flatdropat(k.members, i);
+      celldec(passing);
+    }
 }
 
 Keep::~Keep() {
   for (const Slot &s : members.slots)
-    if (s.key && !(s.value & 1)) celldec(keepmember(s.value));
+    if (s.key) celldec(keepmember(s.value));
 }
 
 void (*builtinsource)(Builtins &table) = nullptr;

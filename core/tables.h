@@ -72,13 +72,11 @@ bool flatscan(const Flat &f, uint64_t key, Found found) {
 
 // The interned terms. Members are found by a structural hash and told apart by cellcompare, so
 // that interning costs no walk of the members; the order of members is never looked at. Each
-// lasting member holds one count, given back when it leaves the set or the set goes.
+// member holds one count, given back when it leaves the set or the set goes.
 //
 // A member may be passing: it serves the interning of a batch of terms and leaves when the batch
 // settles (keepsettle). Its value in members carries bit 0, and it has no entry in hashes, which
-// only spares interning the walk of a member met again. It holds no count: it is a cell of a term
-// that the batch gave back, and the caller keeps those terms until the batch settles, so that
-// settling need not touch the cells again.
+// only spares interning the walk of a member met again.
 struct Keep {
   Flat members;  // structural hash to member, bit 0 set when passing
   Flat hashes;   // lasting member to its structural hash
