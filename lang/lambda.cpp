@@ -309,24 +309,35 @@ CellRef globalrefs(const CellRef &t) {
   return out;
 }
 
-// The binders of a term whose text passes or fails the test of a single letter: a binder is the
-// leaf right of a leaf "{" or "\", and what stands below a binder is not looked into.
-static CellRef binders(const CellRef &t, bool letters) {
-  std::vector<Cell *> todo{t.get()}, found;
-  std::unordered_set<std::string_view> seen;
+// Walks the binders of t, each the leaf right of a leaf "{" or "\", without looking below them;
+// stops and answers true as soon as see does.
+template <class See>
+static bool walkbinders(Cell *t, std::vector<Cell *> &todo, See see) {
+  todo.assign(1, t);
   while (!todo.empty()) {
     Cell *c = todo.back();
     todo.pop_back();
     if (isleafcell(c)) continue;
     Cell *l = c->left, *r = c->right;
     if (isleafcell(l) && (headbyte(l) == '{' || headbyte(l) == '\\') && isleafcell(r)) {
-      std::string_view name(textof(r), celllenof(r));
-      if (isvarname(std::string(name)) == letters && seen.insert(name).second) found.push_back(r);
+      if (see(r)) return true;
       continue;
     }
     todo.push_back(r);
     todo.push_back(l);
   }
+  return false;
+}
+
+// The binders of a term whose text passes or fails the test of a single letter, each once.
+static CellRef binders(const CellRef &t, bool letters) {
+  std::vector<Cell *> todo, found;
+  std::unordered_set<std::string_view> seen;
+  walkbinders(t.get(), todo, [&](Cell *r) {
+    std::string_view name(textof(r), celllenof(r));
+    if (isvarname(std::string(name)) == letters && seen.insert(name).second) found.push_back(r);
+    return false;
+  });
   std::sort(found.begin(), found.end(), [](Cell *a, Cell *b) { return celltextof(a) < celltextof(b); });
   CellRef out = emptynames();
   for (size_t i = found.size(); i-- > 0;) out = cellpair(CellRef(found[i]), std::move(out));
@@ -339,20 +350,7 @@ CellRef letterbinders(const CellRef &t) { return binders(t, true); }
 // The walk of binders that makes nothing.
 bool anywordbinder(Cell *t) {
   static std::vector<Cell *> todo;  // nothing in the walk calls back here
-  todo.assign(1, t);
-  while (!todo.empty()) {
-    Cell *c = todo.back();
-    todo.pop_back();
-    if (isleafcell(c)) continue;
-    Cell *l = c->left, *r = c->right;
-    if (isleafcell(l) && (headbyte(l) == '{' || headbyte(l) == '\\') && isleafcell(r)) {
-      if (!isvarname(textof(r))) return true;
-      continue;
-    }
-    todo.push_back(r);
-    todo.push_back(l);
-  }
-  return false;
+  return walkbinders(t, todo, [](Cell *r) { return !isvarname(textof(r)); });
 }
 
 // A term whose binders are all single letters has no more than 26 of them and stays as it is.
