@@ -15,21 +15,6 @@ std::string names(const CellRef &list) {
 bool same(const CellRef &a, const std::string &b) { return cellcompare(a, sexp(b)) == 0; }
 }  // namespace
 
-TEST(Lambdas, QuotesPairTheSourceWithTheValue) {
-  CellRef q = unquote(sexp("` (+ a 1)"));
-  EXPECT_TRUE(same(q, "V [+a1] (+ a 1)")) << termprint(q);
-  CellRef nested = unquote(sexp("f (` (` x))"));
-  EXPECT_TRUE(same(nested, "f (V [`x] (V [x] x))")) << termprint(nested);
-}
-
-TEST(Lambdas, PairPatternsBecomeThreeBindings) {
-  CellRef t = unpair(sexp("{ (x y) (V 1 2) x"));
-  EXPECT_TRUE(same(t, "{ y (V 1 2) ({ x (y K) ({ y (y H) x))")) << termprint(t);
-  CellRef three = sexp("{ ((x y) z) e b");
-  EXPECT_EQ(unpair(three).get(), three.get());
-  EXPECT_EQ(funkyterm(three).get(), three.get());
-}
-
 TEST(Lambdas, BindersMustBeNames) {
   EXPECT_TRUE(same(funkyterm(sexp("f (\\ 1 x)")), "\\ 1 x"));
   EXPECT_EQ(celltext(funkyterm(sexp("\\ X X"))), "");
