@@ -86,6 +86,27 @@ CellRef leaf(Parse &P, char c) {
   return CellRef(cell);
 }
 
+// A pair of a and b. When both are held elsewhere too, as shared leaves, group terms and shared
+// pairs are, the pair is shared through P.bytes: cells are never changed once made, so equal
+// children make an equal pair.
+CellRef pair(Parse &P, CellRef a, CellRef b) {
+  if (countof(a.get()) < 2 || countof(b.get()) < 2) return cellpair(std::move(a), std::move(b));
+  Cell *l = a.get(), *r = b.get();
+  uint64_t h = (((uint64_t)(uintptr_t)l * 0x9e3779b97f4a7c15ull) ^ (uint64_t)(uintptr_t)r) | 1;
+  Cell *found = nullptr;
+  flatscan(P.bytes->pairs, h, [&](uint64_t v) {
+    Cell *c = (Cell *)(uintptr_t)v;
+    return c->left == l && c->right == r && (found = c);
+  });
+  if (found) return CellRef(found);
+  CellRef made = cellpair(std::move(a), std::move(b));
+  cellinc(made.get());
+  flatput(P.bytes->pairs, h, (uint64_t)(uintptr_t)made.get());
+  return made;
+}
+
+CellRef pair3(Parse &P, CellRef a, CellRef b, CellRef c) { return pair(P, pair(P, std::move(a), std::move(b)), std::move(c)); }
+
 // The text before the first position, each piece from the end of a position's group to the next
 // position, and the text after the last position's group: one more piece than positions.
 std::vector<Text> pieces(const Parse &P, Text t, const Positions &p) {
@@ -167,9 +188,9 @@ CellRef rung(Parse &P, Text t, const Seen &seen) {
   Positions p = opps(P, t, r.chars);
   if (p.empty()) return next(P, t, seen);
   auto make = [&P, t](size_t at, CellRef a, CellRef b) {
-    if (t[at] == '\n') return cellpair(std::move(b), std::move(a));
-    if (t[at] == ' ') return cellpair(std::move(a), std::move(b));
-    return cellpair3(leaf(P, t[at]), std::move(a), std::move(b));
+    if (t[at] == '\n') return pair(P, std::move(b), std::move(a));
+    if (t[at] == ' ') return pair(P, std::move(a), std::move(b));
+    return pair3(P, leaf(P, t[at]), std::move(a), std::move(b));
   };
   return r.right ? rightfold(P, t, seen, p, next, make) : leftfold(P, t, seen, p, next, make);
 }
@@ -180,9 +201,9 @@ CellRef level1(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(";\\{")) return rung<2>(P, t, seen);
   Positions p = opps(P, t, ";\\{");
   return rightfold(P, t, seen, p, rung<2>, [&P, t](size_t at, CellRef left, CellRef acc) {
-    if (t[at] != '{') return cellpair3(leaf(P, t[at]), std::move(left), std::move(acc));
+    if (t[at] != '{') return pair3(P, leaf(P, t[at]), std::move(left), std::move(acc));
     const Group &g = groupat(P, t.substr(at));
-    return cellpair4(leaf(P, '{'), std::move(left), P.terms[g.first], std::move(acc));
+    return pair(P, pair3(P, leaf(P, '{'), std::move(left), P.terms[g.first]), std::move(acc));
   });
 }
 
@@ -190,7 +211,7 @@ CellRef commas(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(",")) return level1(P, t, seen);
   Positions p = opps(P, t, ",");
   return rightfold(P, t, seen, p, level1, [&P](size_t, CellRef a, CellRef acc) {
-    return cellpair3(leaf(P, ','), std::move(a), std::move(acc));
+    return pair3(P, leaf(P, ','), std::move(a), std::move(acc));
   });
 }
 
@@ -201,7 +222,7 @@ CellRef prefixed(Parse &P, Text t, const Seen &seen, Level next) {
   while (n < t.size() && isprefix(t[n])) n++;
   if (!holds(P, n < t.size())) return leaf(P, '}');
   CellRef acc = next(P, t.substr(n), seen);
-  while (n-- > 0) acc = cellpair(leaf(P, t[n]), std::move(acc));
+  while (n-- > 0) acc = pair(P, leaf(P, t[n]), std::move(acc));
   return acc;
 }
 
@@ -213,7 +234,7 @@ CellRef level9(Parse &P, Text t, const Seen &seen) {
   size_t n = t.size();
   while (n > 0 && isprefix(t[n - 1])) n--;
   CellRef acc = n ? level10(P, t.substr(0, n), seen) : leaf(P, '}');
-  for (size_t i = n; i < t.size(); i++) acc = cellpair(leaf(P, t[i]), std::move(acc));
+  for (size_t i = n; i < t.size(); i++) acc = pair(P, leaf(P, t[i]), std::move(acc));
   return acc;
 }
 
@@ -231,7 +252,7 @@ CellRef level11(Parse &P, Text t, const Seen &seen) {
   CellRef acc = level13(P, t.substr(0, runs[0]), seen);
   for (size_t k = 0; k < runs.size(); k++) {
     size_t end = k + 1 < runs.size() ? runs[k + 1] : t.size();
-    acc = cellpair(std::move(acc), prefixed(P, t.substr(runs[k], end - runs[k]), seen, level13));
+    acc = pair(P, std::move(acc), prefixed(P, t.substr(runs[k], end - runs[k]), seen, level13));
   }
   return acc;
 }
@@ -269,11 +290,11 @@ CellRef level13(Parse &P, Text t, const Seen &) {
   for (size_t k = 1; k + 1 < starts.size(); k++) {
     Text token = t.substr(starts[k], starts[k + 1] - starts[k]);
     if (token[0] != '(') {
-      acc = cellpair(std::move(acc), level14(P, token));
+      acc = pair(P, std::move(acc), level14(P, token));
       continue;
     }
     const Group &g = groupat(P, token);
-    for (size_t i = 0; i < g.count; i++) acc = cellpair(std::move(acc), P.terms[g.first + i]);
+    for (size_t i = 0; i < g.count; i++) acc = pair(P, std::move(acc), P.terms[g.first + i]);
   }
   return acc;
 }
@@ -353,6 +374,8 @@ CellRef parselist(std::string text) {
 }
 
 Bytecells::~Bytecells() {
+  for (const Slot &s : pairs.slots)
+    if (s.key) celldec((Cell *)(uintptr_t)s.value);
   for (Cell *c : cell)
     if (c) celldec(c);
 }

@@ -7,13 +7,17 @@
 #include <vector>
 
 #include "core/cell.h"
+#include "core/tables.h"
 
 // The positions at nesting depth 0 of any of the characters; a group's opening byte is seen.
 std::vector<size_t> oppositions(std::string_view text, std::string_view chars);
 // The leaves of one byte that the parses of a text share, each made at its first need: the
 // operators and letters of a long program are then a few cells, which interning meets as one.
+// Pairs of two shared cells are shared in turn, so that a subterm spelled alike in many places,
+// such as "(x - 1)", is one cell for interning to meet. The table holds a count of each cell in it.
 struct Bytecells {
   Cell *cell[256] = {};
+  Flat pairs;  // a hash of the two children to the pair
   Bytecells() = default;
   Bytecells(const Bytecells &) = delete;
   Bytecells &operator=(const Bytecells &) = delete;

@@ -69,6 +69,12 @@ TEST(Programs, TheLastDefinitionOfANameStands) {
   EXPECT_EQ(deftable().count("ft"), 0u);
 }
 
+// Subterms spelled alike share cells while a text is read; those that differ in one part stay apart.
+TEST(Programs, SubtermsSpelledAlikeKeepTheirOwnMeaning) {
+  EXPECT_EQ(run("(fa 2) + (fb 3),fa\\x\\x * x + 1,fb\\x\\x * x + 2").printed, "16");
+  EXPECT_EQ(run("(fa 2) + (fb 3),fa\\x\\(x - 1) * (x - 2),fb\\x\\(x - 2) * (x - 1)").printed, "2");
+}
+
 TEST(Programs, ChecksOverTheWholeTable) {
   fails("", "Alive", "Alive function [TOP] references undefined [}].");
   fails("a b c,hello there", "Alive", "Alive function [TOP] references undefined [a].");
