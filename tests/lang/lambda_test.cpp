@@ -53,6 +53,9 @@ TEST(Print, LeavesOfEveryKind) {
   EXPECT_EQ(termprint(CellRef("0123")), "0123");
 }
 
+// A right part that opens with a bracket group joins its left only when the group is all of it.
+TEST(Print, BracketGroupClosingEarlyStaysApart) { EXPECT_EQ(print("x ([a] b)"), "(x [a]b)"); }
+
 TEST(Print, LongListsPrintWithoutRecursion) {
   CellRef list("K");
   for (int i = 0; i < 300000; i++) list = cellpair3(CellRef("J"), CellRef("H"), std::move(list));
