@@ -71,16 +71,6 @@ TEST(Cells, LongDigitLeavesSearchForTheirEnd) {
   EXPECT_EQ(celllen(b), fieldmax);
 }
 
-TEST(Order, LeavesBeforePairsAndTextsByUnsignedBytes) {
-  CellRef a("a"), ab("ab"), hi("\xff"), p = cellpair(CellRef("a"), CellRef("b"));
-  EXPECT_LT(cellcompare(a, ab), 0);
-  EXPECT_GT(cellcompare(hi, ab), 0);
-  EXPECT_LT(cellcompare(ab, p), 0);
-  EXPECT_EQ(cellcompare(p, cellpair(CellRef("a"), CellRef("b"))), 0);
-  EXPECT_LT(cellcompare(p, cellpair(CellRef("a"), CellRef("c"))), 0);
-  EXPECT_GT(cellcompare(cellpair(CellRef("b"), CellRef("a")), p), 0);
-}
-
 namespace {
 CellRef leftspine(int n) {
   CellRef t("z");

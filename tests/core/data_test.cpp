@@ -56,21 +56,6 @@ TEST(Data, LeavesComeApartAtTheirLastElement) {
   EXPECT_DEATH(datacount(CellRef("12")), "ASSERTION FAILED:b:");
 }
 
-TEST(Data, PairsAndRopes) {
-  CellRef ab("[ab]"), cd("[cd]"), p = cellpair(ab, cd);
-  EXPECT_EQ(celltext(dataflat(p)), "[ab[cd]]");
-  EXPECT_EQ(datainit(p).get(), ab.get());
-  EXPECT_EQ(datalast(p).get(), cd.get());
-  // A rope of ropes: both sides of a pair may be pairs themselves.
-  CellRef rope = cellpair(cellpair(CellRef("[x]"), chartree('y')), cellpair(CellRef("[]"), chartree('z')));
-  EXPECT_EQ(celltext(dataflat(rope)), "[xy[z]]");
-  EXPECT_EQ(datacount(rope), 3u);
-  EXPECT_EQ(datacount(CellRef("[ab[cd]e]")), 4u);
-  // The length of a rope adds up the lengths of its leaves.
-  EXPECT_EQ(datalen(p), 8u);
-  EXPECT_EQ(datalen(rope), 3 + celllen(chartree('y')) + 2 + celllen(chartree('z')));
-}
-
 TEST(Data, LengthsTooLongForTheFieldAreWalked) {
   std::string half = "[" + std::string((1u << 25) - 2, 'a') + "]";
   CellRef big = cellpair(CellRef(half), CellRef(half));
@@ -78,15 +63,6 @@ TEST(Data, LengthsTooLongForTheFieldAreWalked) {
   EXPECT_EQ(fieldof(big.get()), 0u);
   EXPECT_EQ(datalen(big), 1ull << 26);
   EXPECT_EQ(datalen(cellpair(big, CellRef("[]"))), (1ull << 26) + 2);
-}
-
-TEST(Data, ListFormOfLeavesAndRopes) {
-  EXPECT_EQ(cellcompare(datalist(CellRef("[]")), CellRef("K")), 0);
-  EXPECT_EQ(cellcompare(datalist(CellRef("[[][[]]]")), sexp("(J (J K K) (J K K))")), 0);
-  // A character stands for its tree, a pair is its left list and its last element.
-  EXPECT_EQ(cellcompare(datalist(CellRef("[a]")), cellpair3(CellRef("J"), CellRef("K"), datalist(chartree('a')))), 0);
-  CellRef rope = cellpair(cellpair(CellRef("[a[b]]"), chartree('c')), CellRef("[d[]]"));
-  EXPECT_EQ(cellcompare(datalist(rope), datalist(dataflat(rope))), 0);
 }
 
 TEST(Data, MillionElementRopesAndNestings) {

@@ -217,12 +217,7 @@ TEST_F(Numbers, SmallIntegersAgreeWithTheGeneralPath) {
   EXPECT_EQ(lowword(CellRef("018446744073709551621")), 5u);
 }
 
-TEST_F(Numbers, RealsAndAddresses) {
-  CellRef x = fromreal(1.5);
-  EXPECT_EQ(celllen(x), 9u);
-  EXPECT_EQ(realvalue(x), 1.5);
-  EXPECT_EQ(realtext(x), "1.500000e+00");
-  EXPECT_EQ(text(realdata(fromreal(-0.25))), "[-2.500000e-01]");
+TEST_F(Numbers, IntegersAsRealsAndAddresses) {
   EXPECT_EQ(realvalue(inttoreal(CellRef("05"))), -5.0);
   EXPECT_EQ(realvalue(inttoreal(CellRef("1" + std::string(400, '0')))), INFINITY);
   EXPECT_EQ(realvalue(inttoreal(sexp("((J H) ((J K) K))"))), 1.0);  // the exact one, spelled 001, read as 1
@@ -230,7 +225,7 @@ TEST_F(Numbers, RealsAndAddresses) {
   CellRef rope = sexp("([a] [b])");  // a rope's address is that of its pair
   EXPECT_EQ(toaddress(rope), (uint64_t)(uintptr_t)&rope->left);
   EXPECT_EQ(toaddress(CellRef("05")), (uint64_t)-5);
-  EXPECT_DEATH(toaddress(x), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(toaddress(fromreal(1.5)), "ASSERTION FAILED:b:");
 }
 
 TEST_F(Numbers, RealsToExactAtTheirEdges) {

@@ -57,19 +57,6 @@ TEST_F(Analysis, AbstractionsWantTheirBodyAndArgument) {
   EXPECT_EQ(arityof(sexp("(I K K)")), -1);
 }
 
-TEST_F(Analysis, DataPairsAddTheirLengths) {
-  CellRef p = sexp("([ab] [c])");
-  EXPECT_TRUE(isdata(p));
-  EXPECT_EQ(fieldof(p.get()), 7u);  // the analysis keeps the length
-  CellRef leaf("[x]");
-  EXPECT_TRUE(isdata(leaf));
-  EXPECT_EQ(arityof(leaf), 1);
-  CellRef applied = sexp("([ab] K)");
-  EXPECT_FALSE(isdata(applied));
-  EXPECT_FALSE(isnormal(applied));
-  EXPECT_EQ(arityof(CellRef("123")), 1);
-}
-
 TEST_F(Analysis, LinearHeads) {
   for (char c : std::string("&ABCDEFHIJKLNQRTUVXZ|")) {
     define(std::string(1, c), "(\\ a a)");
