@@ -64,38 +64,12 @@ TEST_F(Machine, ArgumentsOfOtherHeadsAreNormalisedOnceBeforeCopying) {
   EXPECT_LT(twice, once + 10);  // the argument's work is done once, not once per again
 }
 
-TEST_F(Machine, AMissingNameMarks) {
-  define("gone", "I 5");
-  CellRef t = sexp("I gone");
-  sizeup(t);  // analysed while the name stood, as a name from a finished load is
-  deftable().erase("gone");
-  EXPECT_EQ(show(evaluate(t)), "]gone");
-}
-
-TEST_F(Machine, ConstantsAreEvaluatedOnceAndKept) {
-  define("cc", "I I I I I I I I 5");
-  uint64_t before = machinesteps;
-  EXPECT_EQ(run("S K K cc"), "5");
-  uint64_t first = machinesteps - before;
-  EXPECT_EQ(celltext(deftable().at("cc")), "5");
-  before = machinesteps;
-  EXPECT_EQ(run("S K K cc"), "5");
-  EXPECT_LT(machinesteps - before, first);
-  define("f", R"(I (\ x (K x)))");  // a constant whose value is an abstraction is kept behind B I
-  EXPECT_EQ(run("f 7"), "(K 7)");
-  EXPECT_EQ(show(deftable().at("f")), "((B I) ((\\ x) (K x)))");
-  EXPECT_EQ(run("f 8"), "(K 8)");
+// A fresh name's value is not kept in its entry.
+TEST_F(Machine, AFreshConstantIsNotKept) {
   define("fresh", "I I 6");
   freshnames().insert("fresh");
   EXPECT_EQ(run("fresh"), "6");
   EXPECT_EQ(show(deftable().at("fresh")), "((I I) 6)");
-}
-
-TEST_F(Machine, AConstantThatNeedsItselfEndsInItsMark) {
-  define("cyc", "I cyc");
-  EXPECT_EQ(run("K 1 cyc"), "1");  // never asked for
-  EXPECT_EQ(run("S K K cyc"), ")cyc");
-  EXPECT_EQ(run("S K K cyc"), ")cyc");  // the entry stays marked until the tables are rebuilt
 }
 
 TEST_F(Machine, BlobsViewedAsTrees) {
