@@ -352,23 +352,38 @@ void readgroups(Parse &P) {
   must(open.empty());
 }
 
-CellRef parse(const std::string &text, Level top, Bytecells &bytes) {
+// The tables of a parse keep their room for the next one, since a program is thousands of short
+// parses. A parse started inside another, should one ever be, finds them empty and makes its own.
+CellRef parse(Text text, Level top, Bytecells &bytes) {
+  static Parse spare;
   Parse P;
+  std::swap(P.link, spare.link);
+  std::swap(P.groups, spare.groups);
+  std::swap(P.terms, spare.terms);
+  P.groups.clear();
+  P.terms.clear();
   P.text = text;
   P.bytes = &bytes;
   readgroups(P);
-  return top(P, P.text, seenof(P, P.text));
+  CellRef t = top(P, P.text, seenof(P, P.text));
+  // The room of a text longer than a megabyte goes, so that one huge parse holds nothing after it.
+  if (text.size() > (1u << 20)) return t;
+  P.terms.clear();
+  std::swap(P.link, spare.link);
+  std::swap(P.groups, spare.groups);
+  std::swap(P.terms, spare.terms);
+  return t;
 }
 
 }  // namespace
 
-CellRef parsetop(std::string text, Bytecells *bytes) {
+CellRef parsetop(std::string_view text, Bytecells *bytes) {
   if (bytes) return parse(text, level1, *bytes);
   Bytecells own;
   return parse(text, level1, own);
 }
 
-CellRef parselist(std::string text) {
+CellRef parselist(std::string_view text) {
   Bytecells own;
   return parse(text, commas, own);
 }

@@ -18,9 +18,10 @@ Outcome fails(const std::string &name, int64_t where, const std::string &status,
 
 // The pieces of a normalised text between its depth-0 commas: the text before the first comma,
 // then each piece after a comma, with the comma's index.
-std::vector<std::pair<size_t, std::string>> pieces(const std::string &text) {
+std::vector<std::pair<size_t, std::string_view>> pieces(std::string_view text) {
   std::vector<size_t> commas = oppositions(text, ",");
-  std::vector<std::pair<size_t, std::string>> out;
+  std::vector<std::pair<size_t, std::string_view>> out;
+  out.reserve(commas.size() + 1);
   size_t start = 0;
   for (size_t i = 0; i <= commas.size(); i++) {
     size_t end = i < commas.size() ? commas[i] : text.size();
