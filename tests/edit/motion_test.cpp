@@ -6,18 +6,12 @@
 using Motion = EditorTest<10, 4>;  // three text rows of ten bytes
 
 // A width of 7: a line of 8 bytes is two rows, and a top inside the first rounds up to the second.
-TEST_F(Motion, RowsOfANarrowScreen) {
+TEST_F(Motion, ATopInsideARowRoundsUpToTheNext) {
   width = 7;
   Doc d = newdoc("abcdefgh\nxy");
-  EXPECT_EQ(rowafter(d, 0), 7);
-  EXPECT_EQ(rowafter(d, 7), 9);
-  EXPECT_EQ(rowafter(d, 9), 9);
   d.top = 1;
   snaprow(d);
   EXPECT_EQ(d.top, 7);
-  d.top = 0;
-  measure(d);
-  EXPECT_EQ(d.edge, 12);  // three rows: abcdefg, h and its newline, xy and the end
 }
 
 // Rows, the edge and what is on the screen, over random texts of short and wrapping lines with
@@ -73,43 +67,6 @@ TEST_F(Motion, ForwardPastAFullScreenRecentres) {
   typetext("\x02\x02");  // before the top: recentred
   EXPECT_EQ(d.point, 3);
   EXPECT_EQ(d.top, 0);
-}
-
-// C-n and C-p over a line longer than the screen, shorter lines and wrapped rows. While the point
-// stays on the screen C-p paints nothing: the terminal's cursor goes up and to its column.
-TEST_F(Motion, NextAndPreviousRows) {
-  const std::string longline = std::string(25, 'x') + "\nab", wrapped = std::string(15, 'x') + "\n0123456789";
-  const struct {
-    std::string text;
-    int64_t from;
-    const char *key;
-    int64_t to;
-    std::string screen;
-  } moves[] = {
-      {longline, 3, "\x0e", 13, ""},   // the next row of the same line
-      {longline, 13, "\x0e", 23, ""},  // a newline within the next row: the next line, same column
-      {longline, 23, "\x0e", 28, ""},  // or its end, as it is shorter
-      {longline, 23, "\x10", 13, "\x1b[1F\x1b[4G"},
-      {"abcdef\nxy\n0123456", 15, "\x10", 9, "\x1b[1F\x1b[3G"},  // the end of a shorter line
-      {wrapped, 19, "\x10", 13, "\x1b[1F\x1b[4G"},
-      {wrapped, 23, "\x10", 7, "\x1b[2F\x1b[8G"},  // the line's second row, two rows up
-  };
-  int n = 0;
-  for (const auto &m : moves) {
-    Doc &d = opendoc("/r" + std::to_string(n++), m.text);
-    d.point = m.from;
-    keepvisible(d, false);
-    testscreen.clear();
-    press(m.key);
-    EXPECT_EQ(d.point, m.to) << n;
-    if (!m.screen.empty()) {
-      EXPECT_EQ(testscreen, m.screen) << n;
-    }
-  }
-  Doc &d = opendoc("/last", longline);
-  d.point = 28;
-  EXPECT_TRUE(rings("\x0e"));  // the last line: the point stays
-  EXPECT_EQ(d.point, 28);
 }
 
 // C-a, C-e, C-n and C-p over lines many rows long, with changes that cut the lines between

@@ -26,15 +26,6 @@ TEST(Groups, EndsOfGroupsInBothDirections) {
   EXPECT_DEATH(groupend("a)", 2), "ASSERTION FAILED:b:");
 }
 
-TEST(Tokens, WordsDigitsGroupsAndSingleBytes) {
-  using P = std::vector<size_t>;
-  EXPECT_EQ(tokenstarts("ab12cd"), (P{0, 2, 4}));
-  EXPECT_EQ(tokenstarts("f(x)(y)"), (P{0, 1, 4}));
-  EXPECT_EQ(tokenstarts("Foo"), (P{0, 1}));
-  EXPECT_EQ(tokenstarts("[a b]x[c]"), (P{0, 5, 6}));
-  EXPECT_EQ(tokenstarts(std::string("a\x01\xff" "b", 4)), (P{0, 1, 2, 3}));
-}
-
 TEST(CharMatch, LettersClassesAndFoldedBytes) {
   struct Case {
     unsigned char p, c;
@@ -68,11 +59,6 @@ TEST(Names, WordsCapitalsAndBracketedOperators) {
   EXPECT_FALSE(isvarname("X"));
   EXPECT_EQ(namecore("[+]"), "+");
   EXPECT_EQ(namecore("plus"), "plus");
-}
-
-TEST(Names, LeafNamesAreNamesAfterTheirBracketsGo) {
-  for (const char *yes : {"+", "\\", "plus"}) EXPECT_TRUE(isleafname(yes)) << yes;
-  for (const char *no : {"12", "[+]", "(e)hello", "", "("}) EXPECT_FALSE(isleafname(no)) << no;
 }
 
 TEST(Names, GlueAndBrackets) {

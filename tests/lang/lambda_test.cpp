@@ -15,29 +15,6 @@ std::string names(const CellRef &list) {
 bool same(const CellRef &a, const std::string &b) { return cellcompare(a, sexp(b)) == 0; }
 }  // namespace
 
-TEST(Lambdas, QuotesPairTheSourceWithTheValue) {
-  CellRef q = unquote(sexp("` (+ a 1)"));
-  EXPECT_TRUE(same(q, "V [+a1] (+ a 1)")) << termprint(q);
-  CellRef nested = unquote(sexp("f (` (` x))"));
-  EXPECT_TRUE(same(nested, "f (V [`x] (V [x] x))")) << termprint(nested);
-}
-
-TEST(Lambdas, PairPatternsBecomeThreeBindings) {
-  CellRef t = unpair(sexp("{ (x y) (V 1 2) x"));
-  EXPECT_TRUE(same(t, "{ y (V 1 2) ({ x (y K) ({ y (y H) x))")) << termprint(t);
-  CellRef three = sexp("{ ((x y) z) e b");
-  EXPECT_EQ(unpair(three).get(), three.get());
-  EXPECT_EQ(funkyterm(three).get(), three.get());
-}
-
-TEST(Lambdas, BindersMustBeNames) {
-  EXPECT_TRUE(same(funkyterm(sexp("f (\\ 1 x)")), "\\ 1 x"));
-  EXPECT_EQ(celltext(funkyterm(sexp("\\ X X"))), "");
-  EXPECT_EQ(celltext(funkyterm(sexp("\\ foo (\\ x foo)"))), "");
-  EXPECT_TRUE(same(funkyterm(sexp("g ({ 5 1 x)")), "{ 5 1 x"));
-  EXPECT_TRUE(same(funkyterm(sexp("K ({ x (\\ (a b) a) x)")), "\\ (a b) a"));
-}
-
 TEST(Lambdas, GlobalReferencesLeaveOutWhatIsBound) {
   EXPECT_EQ(names(globalrefs(sexp("\\ x (f x)"))), "f ");
   EXPECT_EQ(names(globalrefs(sexp("{ x (g x) (h x)"))), "g h x ");  // the value is outside the scope
@@ -62,15 +39,6 @@ TEST(Lambdas, WordLocalsBecomeLetters) {
 }
 
 static std::string print(const std::string &s) { return termprint(sexp(s)); }
-
-TEST(Print, PairsReadLikeSource) {
-  EXPECT_EQ(print("S (K K)"), "(S KK)");
-  EXPECT_EQ(print("f K"), "fK");
-  EXPECT_EQ(print("y x1"), "(y x1)");  // a right part of mixed classes takes parentheses
-  for (auto [term, text] : {std::pair{"S K K", "SKK"}, {"K (K H) I", "(K KH I)"}, {"f x", "(f x)"},
-                            {"f [ab]", "f[ab]"}, {"1 2", "(1 2)"}, {"x1 y", "x1y"}, {"f g x y", "(f g x y)"}})
-    EXPECT_EQ(print(term), text);
-}
 
 TEST(Print, LeavesOfEveryKind) {
   EXPECT_EQ(termprint(CellRef("")), "()");

@@ -28,14 +28,6 @@ void fails(const std::string &text, const std::string &status, const std::string
 }
 }  // namespace
 
-TEST(Prelude, IsDefinedFromItsText) {
-  preludeload();
-  EXPECT_EQ(deftable().size(), 51u);  // 26 combinators and 25 operators
-  EXPECT_TRUE(deftable().count("+"));  // under the name inside the brackets
-  EXPECT_FALSE(deftable().count("[+]"));
-  tablesreset();
-}
-
 TEST(Prelude, BuiltinTableFollowsItsSource) {
   size_t all = builtins().size();
   void (*saved)(Builtins &) = builtinsource;
@@ -45,20 +37,6 @@ TEST(Prelude, BuiltinTableFollowsItsSource) {
   tablesreset();
   EXPECT_EQ(builtins().size(), all);
   EXPECT_EQ(run("1+2").printed, "3");
-}
-
-TEST(Programs, CombinatorResults) {
-  EXPECT_EQ(run("K (I 3)").printed, "K3");
-  EXPECT_EQ(run("id 7,id\\x\\x").printed, "7");
-  EXPECT_EQ(run("1,notes about this").printed, "1");  // a piece that is no definition is a comment
-  EXPECT_EQ(run("2,_\\K 9").printed, "K9");            // a definition named _ is the main expression
-  EXPECT_EQ(run("K,K\\2").printed, "2");               // prelude names may be replaced
-}
-
-TEST(Programs, QuotesGiveTheSourceWithTheValue) {
-  EXPECT_EQ(run("(`(K 1))K").printed, "[K1]");
-  EXPECT_EQ(run("`(K 1)K").printed, "V[K1K]1");  // the quote takes the whole juxtaposition
-  EXPECT_EQ(run("(`(K 1))H").printed, "K1");
 }
 
 TEST(Programs, BracketFailuresCarryTheirPositions) {
