@@ -357,8 +357,13 @@ CellRef cellkeepif(CellRef ref, bool (*lasting)(Cell *)) {
   const std::vector<Entry> &e = lay.entries;
   flatreserve(k.members, k.members.size() + e.size());
   flatreserve(k.hashes, k.hashes.size() + e.size());
-  // The slots of all entries are asked for at once, so that their misses overlap.
-  for (const Entry &x : e) __builtin_prefetch(&k.members.slots[flathome(k.members, x.h)]);
+  // The slots of all entries are asked for at once, so that their misses overlap: the slot of the
+  // hash in members, and that of the cell in hashes, where a lasting member that keeps its own
+  // cell goes.
+  for (const Entry &x : e) {
+    __builtin_prefetch(&k.members.slots[flathome(k.members, x.h)]);
+    __builtin_prefetch(&k.hashes.slots[flathome(k.hashes, cellkey(x.c))]);
+  }
   struct Frame {
     size_t i;
     Cell *left;  // the interned left child, once known

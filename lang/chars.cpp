@@ -130,7 +130,9 @@ std::string normalise(std::string_view s) {
 }
 
 std::vector<size_t> tokenstarts(std::string_view s) {
-  return tokenstartsby(s, [s](size_t i) { return groupend(s, i); });
+  std::vector<size_t> starts;
+  tokenstartsby(s, [s](size_t i) { return groupend(s, i); }, starts);
+  return starts;
 }
 
 // A text byte folds to a printable character for the pattern classes: control bytes pair up

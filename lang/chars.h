@@ -28,18 +28,19 @@ inline bool isbracket(unsigned char c) {
 size_t groupend(std::string_view s, size_t i);
 std::string normalise(std::string_view s);
 // Where the tokens of a text with no operator at its own level begin, in increasing order. The
-// parser passes the group ends it knows already; the plain form finds them by scanning.
+// parser passes the group ends it knows already and a list to fill; the plain form finds them by
+// scanning.
 template <class End>
-std::vector<size_t> tokenstartsby(std::string_view s, End end);
+void tokenstartsby(std::string_view s, End end, std::vector<size_t> &starts);
 std::vector<size_t> tokenstarts(std::string_view s);
 
 inline bool isdigitbyte(unsigned char c) { return c >= '0' && c <= '9'; }
 
 // A token is a word, a run of digits, a bracket or parenthesised group, or one other byte.
 template <class End>
-std::vector<size_t> tokenstartsby(std::string_view s, End end) {
-  std::vector<size_t> starts;
-  if (s.empty()) return starts;
+void tokenstartsby(std::string_view s, End end, std::vector<size_t> &starts) {
+  starts.clear();
+  if (s.empty()) return;
   starts.push_back(0);
   bool group = s[0] == '(' || s[0] == '[' || s[0] == '{';
   for (size_t i = group ? end(0) + 1 : 1; i < s.size(); i++) {
@@ -50,7 +51,6 @@ std::vector<size_t> tokenstartsby(std::string_view s, End end) {
       starts.push_back(i);
     if (c == '[' || c == '(') i = end(i);
   }
-  return starts;
 }
 
 bool charmatch(unsigned char p, unsigned char c);

@@ -45,7 +45,19 @@ struct Parse {
   std::vector<CellRef> terms;
   bool trying = false, broke = false;
   Bytecells *bytes;
+  std::vector<Positions> spare;  // position lists given back, lent again before any is made
 };
+
+// The levels borrow their lists of positions and give them back, so that the thousands of short
+// parses of a program reuse a few lists instead of allocating at every level.
+Positions lend(Parse &P) {
+  if (P.spare.empty()) return Positions();
+  Positions p = std::move(P.spare.back());
+  P.spare.pop_back();
+  p.clear();
+  return p;
+}
+void giveback(Parse &P, Positions &p) { P.spare.push_back(std::move(p)); }
 
 size_t offset(const Parse &P, Text t) { return (size_t)(t.data() - P.text.data()); }
 
@@ -69,10 +81,10 @@ bool holds(Parse &P, bool cond) {
   return false;
 }
 
-Positions opps(const Parse &P, Text t, const char *chars) {
+Positions opps(Parse &P, Text t, const char *chars) {
   bool in[256] = {};
   for (; *chars; chars++) in[(unsigned char)*chars] = true;
-  Positions p;
+  Positions p = lend(P);
   p.reserve(8);  // most levels find a few, and growing one by one costs more than the room
   for (size_t i = 0; i < t.size(); i = endof(P, t, i) + 1)
     if (in[(unsigned char)t[i]]) p.push_back(i);
@@ -144,11 +156,12 @@ Seen seenof(const Parse &P, Text t) {
 using Level = CellRef (*)(Parse &, Text, const Seen &);
 
 // Groups to the right: the last piece first, then each operator with the piece on its left.
+// The pieces are those of pieces(), found from the end.
 template <class Make>
 CellRef rightfold(Parse &P, Text t, const Seen &seen, const Positions &p, Level next, Make make) {
-  std::vector<Text> piece = pieces(P, t, p);
-  CellRef acc = next(P, piece.back(), seen);
-  for (size_t k = p.size(); k-- > 0;) acc = make(p[k], next(P, piece[k], seen), std::move(acc));
+  auto from = [&](size_t k) { return k ? endof(P, t, p[k - 1]) + 1 : 0; };
+  CellRef acc = next(P, t.substr(from(p.size())), seen);
+  for (size_t k = p.size(); k-- > 0;) acc = make(p[k], next(P, t.substr(from(k), p[k] - from(k)), seen), std::move(acc));
   return acc;
 }
 
@@ -186,13 +199,16 @@ CellRef rung(Parse &P, Text t, const Seen &seen) {
   else next = rung<level + 1>;
   if (!seen.any(r.chars)) return next(P, t, seen);
   Positions p = opps(P, t, r.chars);
-  if (p.empty()) return next(P, t, seen);
   auto make = [&P, t](size_t at, CellRef a, CellRef b) {
     if (t[at] == '\n') return pair(P, std::move(b), std::move(a));
     if (t[at] == ' ') return pair(P, std::move(a), std::move(b));
     return pair3(P, leaf(P, t[at]), std::move(a), std::move(b));
   };
-  return r.right ? rightfold(P, t, seen, p, next, make) : leftfold(P, t, seen, p, next, make);
+  CellRef made = p.empty()  ? next(P, t, seen)
+                 : r.right ? rightfold(P, t, seen, p, next, make)
+                           : leftfold(P, t, seen, p, next, make);
+  giveback(P, p);
+  return made;
 }
 
 // ";" and "\" join two parts; a pair of wings joins the part on its left, its inside read as a
@@ -200,19 +216,23 @@ CellRef rung(Parse &P, Text t, const Seen &seen) {
 CellRef level1(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(";\\{")) return rung<2>(P, t, seen);
   Positions p = opps(P, t, ";\\{");
-  return rightfold(P, t, seen, p, rung<2>, [&P, t](size_t at, CellRef left, CellRef acc) {
+  CellRef made = rightfold(P, t, seen, p, rung<2>, [&P, t](size_t at, CellRef left, CellRef acc) {
     if (t[at] != '{') return pair3(P, leaf(P, t[at]), std::move(left), std::move(acc));
     const Group &g = groupat(P, t.substr(at));
     return pair(P, pair3(P, leaf(P, '{'), std::move(left), P.terms[g.first]), std::move(acc));
   });
+  giveback(P, p);
+  return made;
 }
 
 CellRef commas(Parse &P, Text t, const Seen &seen) {
   if (!seen.any(",")) return level1(P, t, seen);
   Positions p = opps(P, t, ",");
-  return rightfold(P, t, seen, p, level1, [&P](size_t, CellRef a, CellRef acc) {
+  CellRef made = rightfold(P, t, seen, p, level1, [&P](size_t, CellRef a, CellRef acc) {
     return pair3(P, leaf(P, ','), std::move(a), std::move(acc));
   });
+  giveback(P, p);
+  return made;
 }
 
 // A run of prefix characters at the start of t, each applied to what follows it, the innermost
@@ -283,8 +303,9 @@ CellRef level14(Parse &P, Text t) {
 // Juxtaposition of tokens, to the left. A parenthesised token after the first is a call list:
 // each of its comma pieces is one more argument.
 CellRef level13(Parse &P, Text t, const Seen &) {
-  Positions starts = tokenstartsby(t, [&P, t](size_t i) { return endof(P, t, i); });
-  if (!holds(P, !starts.empty())) return leaf(P, '}');
+  Positions starts = lend(P);
+  tokenstartsby(t, [&P, t](size_t i) { return endof(P, t, i); }, starts);
+  if (!holds(P, !starts.empty())) return giveback(P, starts), leaf(P, '}');
   starts.push_back(t.size());
   CellRef acc = level14(P, t.substr(0, starts[1]));
   for (size_t k = 1; k + 1 < starts.size(); k++) {
@@ -296,6 +317,7 @@ CellRef level13(Parse &P, Text t, const Seen &) {
     const Group &g = groupat(P, token);
     for (size_t i = 0; i < g.count; i++) acc = pair(P, std::move(acc), P.terms[g.first + i]);
   }
+  giveback(P, starts);
   return acc;
 }
 
@@ -352,23 +374,40 @@ void readgroups(Parse &P) {
   must(open.empty());
 }
 
-CellRef parse(const std::string &text, Level top, Bytecells &bytes) {
+// The tables of a parse keep their room for the next one, since a program is thousands of short
+// parses. A parse started inside another, should one ever be, finds them empty and makes its own.
+CellRef parse(Text text, Level top, Bytecells &bytes) {
+  static Parse spare;
   Parse P;
+  std::swap(P.link, spare.link);
+  std::swap(P.groups, spare.groups);
+  std::swap(P.terms, spare.terms);
+  std::swap(P.spare, spare.spare);
+  P.groups.clear();
+  P.terms.clear();
   P.text = text;
   P.bytes = &bytes;
   readgroups(P);
-  return top(P, P.text, seenof(P, P.text));
+  CellRef t = top(P, P.text, seenof(P, P.text));
+  // The room of a text longer than a megabyte goes, so that one huge parse holds nothing after it.
+  if (text.size() > (1u << 20)) return t;
+  P.terms.clear();
+  std::swap(P.link, spare.link);
+  std::swap(P.groups, spare.groups);
+  std::swap(P.terms, spare.terms);
+  std::swap(P.spare, spare.spare);
+  return t;
 }
 
 }  // namespace
 
-CellRef parsetop(std::string text, Bytecells *bytes) {
+CellRef parsetop(std::string_view text, Bytecells *bytes) {
   if (bytes) return parse(text, level1, *bytes);
   Bytecells own;
   return parse(text, level1, own);
 }
 
-CellRef parselist(std::string text) {
+CellRef parselist(std::string_view text) {
   Bytecells own;
   return parse(text, commas, own);
 }

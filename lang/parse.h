@@ -26,9 +26,9 @@ struct Bytecells {
 
 // A definition or an expression: the level of ";", "\" and "{". Its one-byte leaves are shared
 // with the other parses of bytes when it is given.
-CellRef parsetop(std::string text, Bytecells *bytes = nullptr);
+CellRef parsetop(std::string_view text, Bytecells *bytes = nullptr);
 // The inside of a pair of wings: the level of the comma.
-CellRef parselist(std::string text);
+CellRef parselist(std::string_view text);
 
 // Five blob digits for a position from 0 to 0x3FFFFFFF; 0x40000000 gives "!!!!!".
 std::string posname(int64_t n);

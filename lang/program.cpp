@@ -2,6 +2,7 @@
 // built-ins, checked as a whole in the order below, then its main expression evaluated.
 #include "lang/program.h"
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <map>
@@ -48,6 +49,7 @@ struct Refs {
   std::vector<uint32_t> from{0};          // by definition: where its names begin in named, and where the last ends
   std::vector<uint32_t> last;             // by number: the last definition that named it
   std::deque<std::string> missing;        // the texts of the names neither defined nor stock
+  std::array<uint32_t, 256> bytes;        // by byte: the number of the one-byte name, ~0 until met
   bool missed(uint32_t n) const { return n >= defined && !stocked[n]; }
   bool anymissed() const {
     for (uint32_t n = defined; n < names.size(); n++)
@@ -78,6 +80,7 @@ uint32_t newnumber(Refs &refs, std::string_view name) {
 
 Refs numbered(const Scope &scope) {
   Refs refs;
+  refs.bytes.fill(~0u);
   flatreserve(refs.number, scope.defs.size());
   for (Def d : scope.defs) newnumber(refs, d->first);
   refs.defined = (uint32_t)refs.names.size();
@@ -86,17 +89,27 @@ Refs numbered(const Scope &scope) {
   return refs;
 }
 
+// The number of a name met in a definition, a new one for a name neither defined nor met. The
+// operators are one-byte names that most definitions use, so those are looked up once each.
+uint32_t refnumber(Refs &refs, std::string_view n, const Scope &scope) {
+  uint32_t *byte = n.size() == 1 ? &refs.bytes[(unsigned char)n[0]] : nullptr;
+  if (byte && *byte != ~0u) return *byte;
+  std::optional<uint32_t> i = numberof(refs, n);
+  if (!i) {
+    i = newnumber(refs, refs.missing.emplace_back(n));
+    refs.stocked.push_back(scope.instock(n));
+    refs.last.push_back(~0u);
+  }
+  if (byte) *byte = *i;
+  return *i;
+}
+
 // The definitions are walked in their order, each once.
 void addrefs(Refs &refs, uint32_t d, const std::vector<std::string_view> &found, const Scope &scope) {
   while (refs.from.size() < d + 1) refs.from.push_back((uint32_t)refs.named.size());
   for (std::string_view n : found) {
-    std::optional<uint32_t> i = numberof(refs, n);
-    if (!i) {
-      i = newnumber(refs, refs.missing.emplace_back(n));
-      refs.stocked.push_back(scope.instock(n));
-      refs.last.push_back(~0u);
-    }
-    if (refs.last[*i] != d) refs.named.push_back(*i), refs.last[*i] = d;
+    uint32_t i = refnumber(refs, n, scope);
+    if (refs.last[i] != d) refs.named.push_back(i), refs.last[i] = d;
   }
   refs.from.push_back((uint32_t)refs.named.size());
 }

@@ -18,9 +18,10 @@ Outcome fails(const std::string &name, int64_t where, const std::string &status,
 
 // The pieces of a normalised text between its depth-0 commas: the text before the first comma,
 // then each piece after a comma, with the comma's index.
-std::vector<std::pair<size_t, std::string>> pieces(const std::string &text) {
+std::vector<std::pair<size_t, std::string_view>> pieces(std::string_view text) {
   std::vector<size_t> commas = oppositions(text, ",");
-  std::vector<std::pair<size_t, std::string>> out;
+  std::vector<std::pair<size_t, std::string_view>> out;
+  out.reserve(commas.size() + 1);
   size_t start = 0;
   for (size_t i = 0; i <= commas.size(); i++) {
     size_t end = i < commas.size() ? commas[i] : text.size();
@@ -36,7 +37,16 @@ struct Definition {
   std::string name;
   bool fresh;
   CellRef body;
+  uint64_t lead = 0;  // the name's first eight bytes read as a big-endian number, zeros past its end
 };
+
+// Names whose leads differ are in the order of their leads: unsigned byte order, as the full
+// comparison, in one step; only equal leads need the full names.
+uint64_t leadof(const std::string &name) {
+  uint64_t lead = 0;
+  for (size_t i = 0; i < 8; i++) lead = lead << 8 | (i < name.size() ? (unsigned char)name[i] : 0);
+  return lead;
+}
 
 std::optional<Definition> definitionof(const CellRef &t) {
   if (!cellispair(t) || isleafcell(t->left) || !leafis(t->left->left, "\\")) return std::nullopt;
@@ -47,13 +57,17 @@ std::optional<Definition> definitionof(const CellRef &t) {
   if (!isname(named)) return std::nullopt;
   CellRef body(t->right);
   if (fresh) body = cellpair(CellRef("I"), std::move(body));
-  return Definition{namecore(named), fresh, std::move(body)};
+  std::string core = namecore(named);
+  uint64_t lead = leadof(core);
+  return Definition{std::move(core), fresh, std::move(body), lead};
 }
 
 // The definitions read, in text order, go into the unit at once: sorted by name, the last of
 // each name wins, and each enters the map at its end rather than by a search of its own.
 void defsput(std::vector<Definition> &read, Unit &u) {
-  std::stable_sort(read.begin(), read.end(), [](const Definition &a, const Definition &b) { return a.name < b.name; });
+  std::stable_sort(read.begin(), read.end(), [](const Definition &a, const Definition &b) {
+    return a.lead != b.lead ? a.lead < b.lead : a.name < b.name;
+  });
   for (size_t i = 0; i < read.size(); i++) {
     if (i + 1 < read.size() && read[i + 1].name == read[i].name) continue;
     Definition &d = read[i];

@@ -79,6 +79,8 @@ TEST(Programs, ChecksOverTheWholeTable) {
   fails("", "Alive", "Alive function [TOP] references undefined [}].");
   fails("a b c,hello there", "Alive", "Alive function [TOP] references undefined [a].");
   fails("ff,ff\\x\\y", "Alive", "Alive function [ff] references undefined [y].");
+  // A one-byte name is the same name in every definition that uses it, defined or not.
+  fails("fb,fa\\y,fb\\y", "Alive", "Alive function [fb] references undefined [y].");
   fails("1\\x", "Funky", "Funky key in expression \\1x.");
   fails("ff,ff\\(a b c){1}a", "Funky", "Funky key in expression ({ (a b c) 1 a) in function ff.");
   // Quotes and pair patterns anywhere in the definition, even past the bad binder, are rewritten
