@@ -2,9 +2,6 @@
 // All are function-local statics, built on first use and kept to process exit.
 #include "core/tables.h"
 
-#include <functional>
-#include <string_view>
-
 uint64_t tablesgeneration = 0;
 
 Defs &deftable() {
@@ -33,8 +30,6 @@ struct Defindex {
   Flat at;  // hash of a name to its entry
 };
 
-static uint64_t namehash(std::string_view name) { return std::hash<std::string_view>()(name) | 1; }
-
 Defs::value_type *deffind(std::string_view name) {
   static Defindex ix;
   Defs &defs = deftable();
@@ -48,11 +43,11 @@ Defs::value_type *deffind(std::string_view name) {
   }
   if (!ix.made) {
     flatreserve(ix.at, defs.size());
-    for (auto &entry : defs) flatput(ix.at, namehash(entry.first), (uint64_t)(uintptr_t)&entry);
+    for (auto &entry : defs) flatput(ix.at, namekey(entry.first), (uint64_t)(uintptr_t)&entry);
     ix.made = true;
   }
   Defs::value_type *found = nullptr;
-  flatscan(ix.at, namehash(name), [&](uint64_t v) {
+  flatscan(ix.at, namekey(name), [&](uint64_t v) {
     auto *entry = (Defs::value_type *)(uintptr_t)v;
     return entry->first == name && (found = entry);
   });

@@ -1,9 +1,11 @@
 // The process-wide tables of the language: definitions, fresh names, interned terms, built-ins.
 // Each is built on first use; tablesreset empties the definitions and fresh names before each run.
 #pragma once
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -54,6 +56,8 @@ void flatput(Flat &f, uint64_t key, uint64_t value);
 // Makes room for n entries in all, so that as many puts cause no growth on the way.
 void flatreserve(Flat &f, size_t n);
 bool flatdrop(Flat &f, uint64_t key, uint64_t value);
+// The key of a name in a flat table: never 0, which marks a free slot.
+inline uint64_t namekey(std::string_view name) { return std::hash<std::string_view>()(name) | 1; }
 inline size_t flathome(const Flat &f, uint64_t key) {
   key ^= key >> 31;
   key *= 0x9e3779b97f4a7c15ull;

@@ -63,17 +63,15 @@ struct Refs {
   }
 };
 
-uint64_t namehash(std::string_view name) { return std::hash<std::string_view>()(name) | 1; }
-
 // The number of a name, or nothing.
 std::optional<uint32_t> numberof(const Refs &refs, std::string_view name) {
   std::optional<uint32_t> n;
-  flatscan(refs.number, namehash(name), [&](uint64_t v) { return refs.names[v] == name && (n = (uint32_t)v); });
+  flatscan(refs.number, namekey(name), [&](uint64_t v) { return refs.names[v] == name && (n = (uint32_t)v); });
   return n;
 }
 
 uint32_t newnumber(Refs &refs, std::string_view name) {
-  flatput(refs.number, namehash(name), refs.names.size());
+  flatput(refs.number, namekey(name), refs.names.size());
   refs.names.push_back(name);
   return (uint32_t)refs.names.size() - 1;
 }
