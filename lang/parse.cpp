@@ -376,13 +376,17 @@ void readgroups(Parse &P) {
 
 // The tables of a parse keep their room for the next one, since a program is thousands of short
 // parses. A parse started inside another, should one ever be, finds them empty and makes its own.
+void swaproom(Parse &a, Parse &b) {
+  std::swap(a.link, b.link);
+  std::swap(a.groups, b.groups);
+  std::swap(a.terms, b.terms);
+  std::swap(a.spare, b.spare);
+}
+
 CellRef parse(Text text, Level top, Bytecells &bytes) {
   static Parse spare;
   Parse P;
-  std::swap(P.link, spare.link);
-  std::swap(P.groups, spare.groups);
-  std::swap(P.terms, spare.terms);
-  std::swap(P.spare, spare.spare);
+  swaproom(P, spare);
   P.groups.clear();
   P.terms.clear();
   P.text = text;
@@ -392,10 +396,7 @@ CellRef parse(Text text, Level top, Bytecells &bytes) {
   // The room of a text longer than a megabyte goes, so that one huge parse holds nothing after it.
   if (text.size() > (1u << 20)) return t;
   P.terms.clear();
-  std::swap(P.link, spare.link);
-  std::swap(P.groups, spare.groups);
-  std::swap(P.terms, spare.terms);
-  std::swap(P.spare, spare.spare);
+  swaproom(P, spare);
   return t;
 }
 
