@@ -202,11 +202,40 @@ static CellRef listoftext(std::string_view t) {
   return CellRef("K");
 }
 
+// Whether each bracket of a data text has its partner inside it, so that the scan from the front
+// meets the same elements as the walk back from its end.
+static bool balanced(std::string_view t) {
+  size_t depth = 0;
+  for (size_t i = 0; i < t.size(); i++) {
+    if (t[i] == '[') depth++;
+    else if (t[i] == ']' && (depth == 0 || (--depth == 0 && i + 1 < t.size()))) return false;
+  }
+  return depth == 0;
+}
+
+// The list form as the last element and all but it define it, for a text that cutting left
+// unbalanced: its elements are those found walking back from its end. Each element found so is
+// a group or a character's tree, both balanced.
+static CellRef listbyparts(const CellRef &x) {
+  std::vector<CellRef> lasts;
+  for (CellRef at = x;; at = datainit(at)) {
+    must(datakind(at.get()));  // a cut before a closing bracket leaves "]" once the rest is taken
+    if (dataempty(at)) break;
+    lasts.push_back(datalast(at));
+  }
+  CellRef out("K");
+  for (size_t i = lasts.size(); i-- > 0;)
+    out = cellpair3(CellRef("J"), std::move(out), listoftext(leaftext(lasts[i].get())));
+  return out;
+}
+
 CellRef datalist(const CellRef &x) {
   must(datakind(x.get()));
   std::vector<CellRef> done;
   walkdata(
-      x.get(), [&](Cell *c) { done.push_back(listoftext(leaftext(c))); }, [](Cell *) {},
+      x.get(),
+      [&](Cell *c) { done.push_back(balanced(leaftext(c)) ? listoftext(leaftext(c)) : listbyparts(CellRef(c))); },
+      [](Cell *) {},
       [&](Cell *) {
         CellRef last = std::move(done.back());
         done.pop_back();

@@ -21,6 +21,10 @@ const Called called[] = {
     // The last element of the empty text, which left and rght ask for without testing first.
     {"/core/data.cpp", "laststart", "t.size() >= 3", ""},
     {"/lib/structure.cpp", "viewpart", "!dataempty(x)", ""},
+    // A text cut inside an element can hold more closing brackets than opening ones: the walk back
+    // from its end then runs off its start, or taking its elements off leaves "]", no data.
+    {"/core/data.cpp", "laststart", "j > 0", ""},
+    {"/core/data.cpp", "listbyparts", "datakind(at.get())", ""},
     // A word local used inside an application keeps its word, a leaf with no definition; the
     // analysis stops on an undefined leaf that is no single letter.
     {"/lang/analysis.cpp", "sizename", "text.size() == 1", ""},

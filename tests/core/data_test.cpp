@@ -51,6 +51,17 @@ TEST(Data, LeavesComeApartAtTheirLastElement) {
   EXPECT_DEATH(datacount(CellRef("12")), "ASSERTION FAILED:b:");
 }
 
+// A cut can fall inside an element and leave a text whose brackets do not pair up; its list form
+// is still the list of all but the last element joined to the last, as for any other text.
+TEST(Data, CutTextsListByTheirLastElements) {
+  for (const char *text : {"[a[b]", "[[[]", "[x[p]y[[z]"}) {
+    CellRef t(text);
+    CellRef byparts = cellpair3(CellRef("J"), datalist(datainit(t)), datalist(datalast(t)));
+    EXPECT_EQ(cellcompare(datalist(t), byparts), 0) << text;
+  }
+  EXPECT_DEATH(datalist(CellRef("[a]b]")), "ASSERTION FAILED:b:");  // leaves "]" once "b" is taken
+}
+
 TEST(Data, LengthsTooLongForTheFieldAreWalked) {
   std::string half = "[" + std::string((1u << 25) - 2, 'a') + "]";
   CellRef big = cellpair(CellRef(half), CellRef(half));
