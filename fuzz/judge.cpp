@@ -25,6 +25,9 @@ const Called called[] = {
     // from its end then runs off its start, or taking its elements off leaves "]", no data.
     {"/core/data.cpp", "laststart", "j > 0", ""},
     {"/core/data.cpp", "listbyparts", "datakind(at.get())", ""},
+    // Such a text can also leave its first bracket group open to its end; printed to the right of
+    // a pair, the end of that group is looked for past the end of the text.
+    {"/lang/print.cpp", "pairshape", "r.first != '[' || r.closed", ""},
     // A word local used inside an application keeps its word, a leaf with no definition; the
     // analysis stops on an undefined leaf that is no single letter.
     {"/lang/analysis.cpp", "sizename", "text.size() == 1", ""},

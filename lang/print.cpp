@@ -80,10 +80,8 @@ Shape textshape(const std::string &t) {
 
 using Shapes = std::unordered_map<Cell *, Shape>;
 
-void emit(Cell *t, const Shapes &shapes, std::string &out);
-
 // The shape of a pair from the shapes of its two prints, by the first rule that applies.
-Shape pairshape(Cell *p, const Shape &l, const Shape &r, const Shapes &shapes) {
+Shape pairshape(const Shape &l, const Shape &r) {
   if (l.first == '(' && l.second != ')')
     return {l.len + r.len + 1, '(', l.second, ')', false, false, true, flat};
   must(r.first != '[' || r.closed);  // the group end of an open bracket text lies outside it
@@ -93,17 +91,10 @@ Shape pairshape(Cell *p, const Shape &l, const Shape &r, const Shapes &shapes) {
     apart = apart || (cls(l.last) == 'l' && cls(r.first) == 'l') || (cls(l.last) == 'n' && cls(r.first) == 'n');
     if (apart) return {l.len + r.len + 3, '(', l.first, ')', false, false, true, paren};
   }
-  Shape s{l.len + r.len, l.first, l.len > 1 ? l.second : r.first, r.last,
-          l.uniform && r.uniform && cls(l.first) == cls(r.first), false, true, join};
-  if (l.first == '[' && !l.closed) {
-    // A bracket group left open in the left part: only the whole text can tell where it ends.
-    std::string whole;
-    emit(p, shapes, whole);
-    Shape w = textshape(whole);
-    s.single = w.single;
-    s.closed = w.closed;
-  }
-  return s;
+  // The joined text's first group is where the left part has it. One left open there stays open:
+  // what joins it is one whole group, a word, a number or one byte that is no bracket.
+  return {l.len + r.len, l.first, l.len > 1 ? l.second : r.first, r.last,
+          l.uniform && r.uniform && cls(l.first) == cls(r.first), false, l.closed, join};
 }
 
 void shapeall(Cell *t, Shapes &shapes) {
@@ -116,7 +107,7 @@ void shapeall(Cell *t, Shapes &shapes) {
       shapes.emplace(c, textshape(leaftext(c)));
       todo.pop_back();
     } else if (shapes.count(c->left) && shapes.count(c->right)) {
-      shapes.emplace(c, pairshape(c, shapes.at(c->left), shapes.at(c->right), shapes));
+      shapes.emplace(c, pairshape(shapes.at(c->left), shapes.at(c->right)));
       todo.pop_back();
     } else {
       todo.push_back(c->right);

@@ -56,6 +56,15 @@ TEST(Print, LeavesOfEveryKind) {
 // A right part that opens with a bracket group joins its left only when the group is all of it.
 TEST(Print, BracketGroupClosingEarlyStaysApart) { EXPECT_EQ(print("x ([a] b)"), "(x [a]b)"); }
 
+// A text cut inside an element may leave its first group open to the end. On the left of a pair
+// it prints as it is; on the right the end of the group is looked for past the end of the text.
+TEST(Print, GroupOpenToTheEnd) {
+  EXPECT_EQ(termprint(cellpair(CellRef("[a[b]"), CellRef("K"))), "[a[b]K");
+  EXPECT_EQ(termprint(cellpair(CellRef("[a[b]"), CellRef("[c]"))), "[a[b][c]");
+  EXPECT_DEATH(termprint(cellpair(CellRef("K"), CellRef("[a[b]"))), "ASSERTION FAILED:b:");
+  EXPECT_DEATH(termprint(cellpair(CellRef("K"), cellpair(CellRef("[a[b]"), CellRef("[c]")))), "ASSERTION FAILED:b:");
+}
+
 TEST(Print, LongListsPrintWithoutRecursion) {
   CellRef list("K");
   for (int i = 0; i < 300000; i++) list = cellpair3(CellRef("J"), CellRef("H"), std::move(list));
