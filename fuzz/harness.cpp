@@ -49,9 +49,9 @@ const std::string &fuzzroot() { return root; }
 void inputbegin() {
   if (chdir(folder.c_str()) != 0) abort();
   sink.clear();
+  heldbegin();
   inputsteps = machinesteps;
   stepbudget = machinesteps + 4096;
-  heldbegin();
   srand(0);
 }
 

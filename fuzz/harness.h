@@ -13,10 +13,11 @@ struct Ended {
   const char *why;
 };
 
-// The bounds of one input: machine steps, bytes of memory held, bytes of one value (a text, a post
-// or the digits of a number), bytes written to files.
+// The bounds of one input: machine steps, bytes of memory held, blocks allocated, bytes of one
+// value (a text, a post or the digits of a number), bytes written to files.
 constexpr uint64_t maxsteps = 200000;
 constexpr uint64_t maxheld = 64ull << 20;
+constexpr uint64_t maxmade = 1 << 22;  // blocks allocated, which under the sanitizers cost time
 constexpr uint64_t maxvalue = 1 << 16;
 constexpr uint64_t maxdigits = 4096;
 constexpr uint64_t maxwritten = 8 << 20;
@@ -48,8 +49,8 @@ void fenceinstall();
 void fencereset();  // after each input: files closed and removed, blocks freed
 // The names of the built-ins running now, the innermost last.
 const std::vector<std::string> &running();
-// Ends the input when the memory it holds, above what the process held when it began, passes its
-// bound; heldbegin marks where the input begins.
+// Ends the input when the memory it holds, above what the process held when it began, or the
+// blocks it has allocated pass their bounds; heldbegin marks where the input begins.
 void heldbegin();
 void heldcheck();
 
