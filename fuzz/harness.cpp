@@ -51,6 +51,7 @@ void inputbegin() {
   sink.clear();
   inputsteps = machinesteps;
   stepbudget = machinesteps + 4096;
+  heldbegin();
   srand(0);
 }
 

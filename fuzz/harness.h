@@ -16,7 +16,7 @@ struct Ended {
 // The bounds of one input: machine steps, bytes of memory held, bytes of one value (a text, a post
 // or the digits of a number), bytes written to files.
 constexpr uint64_t maxsteps = 200000;
-constexpr uint64_t maxheld = 768ull << 20;
+constexpr uint64_t maxheld = 64ull << 20;
 constexpr uint64_t maxvalue = 1 << 16;
 constexpr uint64_t maxdigits = 4096;
 constexpr uint64_t maxwritten = 8 << 20;
@@ -48,7 +48,9 @@ void fenceinstall();
 void fencereset();  // after each input: files closed and removed, blocks freed
 // The names of the built-ins running now, the innermost last.
 const std::vector<std::string> &running();
-// Ends the input when the memory held passes its bound.
+// Ends the input when the memory it holds, above what the process held when it began, passes its
+// bound; heldbegin marks where the input begins.
+void heldbegin();
 void heldcheck();
 
 // The fence of paths (paths.cpp): the libraries' calls of the C functions that take a path reach
