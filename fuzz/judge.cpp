@@ -44,6 +44,10 @@ const Called called[] = {
     // on naturals does.
     {"/core/number.cpp", "termnatural", "digitleaf(c)", ""},
     {"/core/number.cpp", "termnatural", "b && (leafis(b, \"K\") || leafis(b, \"H\"))", ""},
+    // A digit and a comma that the ladder reads as one token, as in "((4,4))", make a leaf that
+    // begins with a digit: a number by its first byte, whose natural is then read from a text that
+    // holds a byte that is no digit.
+    {"/core/number.cpp", "naturalof", "alldigits(text)", ""},
     // fd_set, strtol and strtoul read one argument more than their rows declare.
     {"/lib/builtins.cpp", "argof", "!isleafcell(app)", "fd_set strtol strtoul"},
     // assert of H stops with the line it always gives.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "lang/chars.h"
+#include "lang/eval.h"
 #include "lang/parse.h"
 #include "lang/print.h"
 #include "tests/lang/ladder.h"
@@ -109,9 +110,12 @@ TEST(Parse, SameTermsAsTheLadderOnRandomTexts) {
 
 // A parenthesis that groups reads its inside whole, commas and all; a token of a capital and a
 // comma is then one token of two bytes, which stops the parser as it stopped the parser's first
-// form. As a call list it reads fine.
+// form. As a call list it reads fine. A digit and a comma make a leaf that is a number by its
+// first byte, whose natural cannot be read from its text: running it stops.
 TEST(Parse, GroupingWithCommasAndACapitalBeforeAComma) {
   same("x{1}(a,b)", "((({ x) 1) (a, b))");
+  same("((4,4))", "(4, 4)");
+  EXPECT_DEATH(evaluate(parsetop("((4,4))")), "ASSERTION FAILED:b:");
   same("f(K,b)", "((f K) b)");
   EXPECT_DEATH(parsetop("x{1}(K,b)"), "ASSERTION FAILED:b:");
 }
