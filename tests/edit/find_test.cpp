@@ -35,21 +35,6 @@ TEST(Patterns, EveryLetterAndTheMatcher) {
 
 using Find = EditorTest<20, 5>;
 
-// seek lands behind a match and wraps around the text, trying the point's own place last; no
-// match ends before offset 0, so one that ends at the end of the text is never found.
-TEST_F(Find, SeekWrapsAndLandsBehindTheMatch) {
-  Doc d = newdoc("ab ab ab");
-  const std::tuple<const char *, bool, int64_t> seeks[] = {
-      {"ab", true, 5}, {"ab", true, 2}, {"ab", false, 5}, {"U", true, 5},
-      {"R", true, 6},  // a blank shows as "_", so it is of the small letters' class
-  };
-  d.point = 2;
-  for (auto [s, forward, want] : seeks) {
-    seek(d, s, forward);
-    EXPECT_EQ(d.point, want) << s;
-  }
-}
-
 // seek against its rule tried place by place, over texts of every byte class whose changes
 // split them between head, window and tail and whose pattern bytes run from plain bytes to the
 // widest classes: texts long enough for whole blocks to be skipped, hits near both ends.
