@@ -16,6 +16,13 @@ findings="$here/build-fuzz/findings"
 mkdir -p "$work" "$findings"
 export ASAN_OPTIONS="detect_leaks=1:allocator_may_return_null=0:${ASAN_OPTIONS:-}"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1:${UBSAN_OPTIONS:-}"
+# Inputs kept for the time they take rather than for the code they reach run once each, each
+# within the time an input is allowed; among the seeds they would take most of the run's time.
+slow=("$here/fuzz/slow/$target"/*)
+if [ -e "${slow[0]}" ]; then
+  "$here/build-fuzz/fuzz/fuzz_$target" -timeout=10 -rss_limit_mb=3072 -detect_leaks=0 -close_fd_mask=1 \
+    -artifact_prefix="$findings/$target-" "${slow[@]}"
+fi
 # A quiet input takes milliseconds; a hang beyond the step bound takes more than ten seconds. The
 # tables and caches that live across inputs would make libFuzzer search for leaks after every
 # input, so leaks are looked for once, when the process ends.
