@@ -17,7 +17,7 @@ struct Ended {
 // value (a text, a post or the digits of a number), bytes written to files.
 constexpr uint64_t maxsteps = 200000;
 constexpr uint64_t maxheld = 64ull << 20;
-constexpr uint64_t maxmade = 1 << 22;  // blocks allocated, which under the sanitizers cost time
+constexpr uint64_t maxmade = 1 << 20;  // blocks allocated, which under the sanitizers cost time
 constexpr uint64_t maxvalue = 1 << 16;
 constexpr uint64_t maxdigits = 4096;
 constexpr uint64_t maxwritten = 8 << 20;
