@@ -3,6 +3,7 @@
 #include "core/data.h"
 
 #include <algorithm>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -53,17 +54,22 @@ int treechar(std::string_view text) {
 
 static std::string_view leaftext(const Cell *c) { return std::string_view(textof(c), celllenof(c)); }
 
-// Where the last element of a bracket text starts: the byte before the closing bracket, or the
-// opening bracket of the group that ends there. "[]" has no last element.
-static size_t laststart(std::string_view t) {
-  must(t.size() >= 3);
-  size_t j = t.size() - 2;
+// Where the last element of the bracket text t[0, end) closed by a bracket starts: the byte
+// before end, or the opening bracket of the group that ends there.
+static size_t lastbefore(std::string_view t, size_t end) {
+  size_t j = end - 1;
   if (t[j] != ']') return j;
   for (size_t depth = 0;; j--) {
     if (t[j] == ']') depth++;
     else if (t[j] == '[' && --depth == 0) return j;
     must(j > 0);
   }
+}
+
+// The same for a whole bracket text; "[]" has no last element.
+static size_t laststart(std::string_view t) {
+  must(t.size() >= 3);
+  return lastbefore(t, t.size() - 1);
 }
 
 bool dataempty(const CellRef &x) {
@@ -182,50 +188,43 @@ uint64_t datacount(const CellRef &x) {
 }
 
 // A bracket text as J form: each group is a list that starts at K and takes its elements from
-// the left, a character through the text of its tree.
-static CellRef listoftext(std::string_view t) {
+// the left, a character through the text of its tree. Nothing for a text whose outer group does
+// not close at its last byte, as a cut inside an element can leave.
+static std::optional<CellRef> listoftext(std::string_view t) {
   std::vector<CellRef> lists;
-  for (char c : t) {
-    if (c == '[') {
+  for (size_t i = 0; i < t.size(); i++) {
+    if (t[i] == '[') {
       lists.emplace_back("K");
-    } else if (c == ']') {
+    } else if (t[i] == ']') {
       CellRef done = std::move(lists.back());
       lists.pop_back();
-      if (lists.empty()) return done;
+      if (lists.empty()) return i + 1 == t.size() ? std::optional(std::move(done)) : std::nullopt;
       lists.back() = cellpair3(CellRef("J"), std::move(lists.back()), std::move(done));
     } else {
-      CellRef tree = listoftext(leaftext(chartree((unsigned char)c).get()));
+      CellRef tree = *listoftext(leaftext(chartree((unsigned char)t[i]).get()));
       lists.back() = cellpair3(CellRef("J"), std::move(lists.back()), std::move(tree));
     }
   }
-  must(false);  // a data text closes its outer bracket
-  return CellRef("K");
+  return std::nullopt;
 }
 
-// Whether each bracket of a data text has its partner inside it, so that the scan from the front
-// meets the same elements as the walk back from its end.
-static bool balanced(std::string_view t) {
-  size_t depth = 0;
-  for (size_t i = 0; i < t.size(); i++) {
-    if (t[i] == '[') depth++;
-    else if (t[i] == ']' && (depth == 0 || (--depth == 0 && i + 1 < t.size()))) return false;
-  }
-  return depth == 0;
-}
-
-// The list form as the last element and all but it define it, for a text that cutting left
-// unbalanced: its elements are those found walking back from its end. Each element found so is
-// a group or a character's tree, both balanced.
-static CellRef listbyparts(const CellRef &x) {
-  std::vector<CellRef> lasts;
-  for (CellRef at = x;; at = datainit(at)) {
-    must(datakind(at.get()));  // a cut before a closing bracket leaves "]" once the rest is taken
-    if (dataempty(at)) break;
-    lasts.push_back(datalast(at));
+// The list form as the last element and all but it define it, for a text that a cut left
+// unbalanced: its elements are those found walking back from its end, each a group or a
+// character, whose tree is balanced.
+static CellRef listbyparts(std::string_view t) {
+  std::vector<std::string_view> lasts;
+  for (size_t end = t.size() - 1; end > 1;) {
+    size_t start = lastbefore(t, end);
+    must(start > 0);  // a cut before a closing bracket leaves "]" once the rest is taken
+    lasts.push_back(t.substr(start, end - start));
+    end = start;
   }
   CellRef out("K");
-  for (size_t i = lasts.size(); i-- > 0;)
-    out = cellpair3(CellRef("J"), std::move(out), listoftext(leaftext(lasts[i].get())));
+  for (size_t i = lasts.size(); i-- > 0;) {
+    std::string_view e = lasts[i];
+    CellRef tree = e.size() == 1 ? chartree((unsigned char)e[0]) : CellRef(std::string(e));
+    out = cellpair3(CellRef("J"), std::move(out), *listoftext(leaftext(tree.get())));
+  }
   return out;
 }
 
@@ -234,7 +233,10 @@ CellRef datalist(const CellRef &x) {
   std::vector<CellRef> done;
   walkdata(
       x.get(),
-      [&](Cell *c) { done.push_back(balanced(leaftext(c)) ? listoftext(leaftext(c)) : listbyparts(CellRef(c))); },
+      [&](Cell *c) {
+        std::optional<CellRef> flat = listoftext(leaftext(c));
+        done.push_back(flat ? std::move(*flat) : listbyparts(leaftext(c)));
+      },
       [](Cell *) {},
       [&](Cell *) {
         CellRef last = std::move(done.back());

@@ -23,8 +23,8 @@ const Called called[] = {
     {"/lib/structure.cpp", "viewpart", "!dataempty(x)", ""},
     // A text cut inside an element can hold more closing brackets than opening ones: the walk back
     // from its end then runs off its start, or taking its elements off leaves "]", no data.
-    {"/core/data.cpp", "laststart", "j > 0", ""},
-    {"/core/data.cpp", "listbyparts", "datakind(at.get())", ""},
+    {"/core/data.cpp", "lastbefore", "j > 0", ""},
+    {"/core/data.cpp", "listbyparts", "start > 0", ""},
     // Such a text can also leave its first bracket group open to its end; printed to the right of
     // a pair, the end of that group is looked for past the end of the text.
     {"/lang/print.cpp", "pairshape", "r.first != '[' || r.closed", ""},
