@@ -191,7 +191,8 @@ static Then globalname(CellRef &e, Cell *leaf, Cell *const *args, int nargs) {
   return Then::keep;
 }
 
-// Rule 8: the value of a constant goes into its entry, an abstraction behind B I.
+// A constant's mark applied to its value: the value goes into the constant's entry, an
+// abstraction behind B I, so that the constant is evaluated once.
 static void update(CellRef &e, std::string_view name, Cell *value) {
   Leaves &L = leaves();
   Defs &defs = deftable();

@@ -42,8 +42,8 @@ int spineof(Cell *e, Cell **args, Cell *&head);
 // The argument part (T r) of a frame ((B K) (T r)), as the literal machine recognises it.
 inline bool argpart(const Cell *q) { return !isleafcell(q) && leafis(q->left, "T"); }
 
-// A leaf that rule 9 reads as a global name: no number, blob, real, mark or data, and neither of
-// the two binders, whose rules come first.
+// A leaf that the rewrite reads as a global name (its last case): no number, blob, real, mark or
+// data, and neither of the two binders, whose cases come first.
 inline bool isnameleaf(const Cell *h) {
   unsigned char f = headbyte(h);
   return isleafcell(h) && f > ' ' && f != ')' && f != ']' && f != '[' && f != '(' && !(f >= '0' && f <= '9') &&
