@@ -203,25 +203,6 @@ int64_t toword(const CellRef &t) {
   return (int64_t)(isplus(t) ? v : 0 - v);
 }
 
-// The decimal digits of n, written backward so that they end at end; gives where they start.
-static char *worddigits(uint64_t n, char *end) {
-  static const char pairs[] =
-      "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546474849"
-      "5051525354555657585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
-  for (; n >= 100; n /= 100) memcpy(end -= 2, pairs + 2 * (n % 100), 2);
-  if (n >= 10) memcpy(end -= 2, pairs + 2 * n, 2);
-  else *--end = (char)('0' + n);
-  return end;
-}
-
-static CellRef wordleaf(uint64_t magnitude, bool minus) {
-  char text[24], *end = text + sizeof text, *start = worddigits(magnitude, end);
-  if (minus && magnitude) *--start = '0';
-  Cell *c = newleaf(start, (size_t)(end - start));
-  settop(c, plainleaftop);
-  return CellRef(c);
-}
-
 CellRef fromuword(uint64_t n) { return wordleaf(n, false); }
 
 CellRef fromword(int64_t n) { return wordleaf(n < 0 ? 0 - (uint64_t)n : (uint64_t)n, n < 0); }
@@ -240,13 +221,14 @@ static inline int64_t eightdigits(const char *t, size_t n) {
   return (int64_t)((d * 10000 + (d >> 32)) & 0xFFFFFFFFull);
 }
 
-// At most 19 digits after the sign: 19 digits never overflow the unsigned word, and only then
-// can the value pass the signed range. A leaf with pending digits is longer than that, so the
-// bytes read here are always digits. A few digits are read one by one; more, up to 16, eight at
-// a time.
+// A leaf whose digits are not written yet is read from its word, if it waits for one. Otherwise
+// at most 19 digits after the sign: 19 digits never overflow the unsigned word, and only then can
+// the value pass the signed range. A few digits are read one by one; more, up to 16, eight at a
+// time.
 bool smallintread(const Cell *c, int64_t &v) {
   if (!isleafcell(c)) return false;
   const char *t = rawtext(c);
+  if (digitspending(c)) return waitingvalue(c, v);
   size_t n = fieldof(c);
   if ((unsigned char)(t[0] - '0') > 9 || n == 0 || n > 20) return false;
   bool minus = t[0] == '0' && n > 1;

@@ -36,9 +36,10 @@ CellRef digitsrest(const CellRef &t);
 // ---- Machine words and reals.
 
 // An integer digit leaf whose value fits a signed word gives that value, read straight from its
-// digits; anything else (a pair, another leaf, an exact number, a larger integer) gives false.
-// Code that only wants a word asks this rather than reading the text: reading the text of a large
-// result writes all its digits (core/numberleaf.h), which this never does.
+// digits or from the word that waits in it for them; anything else (a pair, another leaf, an exact
+// number, a larger integer) gives false. Code that only wants a word asks this rather than reading
+// the text: reading the text of a result writes its digits (core/numberleaf.h), which this never
+// does.
 bool smallintread(const Cell *c, int64_t &v);
 // Zero and the positive integers of one or two digits, the commonest operands, are read here at
 // once: a leaf holds at least 16 text bytes, ended by a NUL, so the bytes looked at are its own.

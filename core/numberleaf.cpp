@@ -84,8 +84,68 @@ CellRef wordsleaf(bool minus, const Limbs &m) {
   return numberdone(room, minus, m.size());
 }
 
+// The decimal digits of n, written backward so that they end at end; gives where they start.
+static char *worddigits(uint64_t n, char *end) {
+  static const char pairs[] =
+      "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546474849"
+      "5051525354555657585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
+  for (; n >= 100; n /= 100) memcpy(end -= 2, pairs + 2 * (n % 100), 2);
+  if (n >= 10) memcpy(end -= 2, pairs + 2 * n, 2);
+  else *--end = (char)('0' + n);
+  return end;
+}
+// A waiting word has the mark 1 in the third byte as well (the count of a larger magnitude leaves
+// it 0) and stands at byte 8, which every leaf has room for: a small leaf holds 15 text bytes
+// and their NUL. A value below 100 is written at once, since smallint reads one or two digits as
+// fast as a word, and so is one of 19 digits or more, whose word might not fit a signed one.
+constexpr size_t oneat = 8;
+CellRef wordleaf(uint64_t magnitude, bool minus) {
+  static const uint64_t powers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000,
+                                    10000000000ull, 100000000000ull, 1000000000000ull, 10000000000000ull,
+                                    100000000000000ull, 1000000000000000ull, 10000000000000000ull,
+                                    100000000000000000ull, 1000000000000000000ull};
+  constexpr uint64_t waitbelow = 1000000000000000000ull;
+  minus = minus && magnitude;
+  Cell *c;
+  if (magnitude < 100) {
+    size_t digits = 1 + (magnitude >= 10);
+    c = newleafspace(digits + minus, '0');
+    worddigits(magnitude, rawtext(c) + digits + minus);
+  } else if (magnitude < waitbelow) {
+    // 1233 / 4096 is log10 2 to four places: below is the digit count or one short of it
+    size_t below = (size_t)(64 - std::countl_zero(magnitude)) * 1233 >> 12;
+    size_t digits = below + (magnitude >= powers[below]);
+    c = newleafspace(digits + minus, minus ? '0' : (unsigned char)('0' + magnitude / powers[digits - 1]));
+    char *t = rawtext(c);
+    memset(t + 1, 0, oneat - 1);
+    t[1] = t[2] = 1;
+    memcpy(t + oneat, &magnitude, 8);
+  } else {
+    char text[24], *end = text + sizeof text, *start = worddigits(magnitude, end);
+    if (minus) *--start = '0';
+    c = newleaf(start, (size_t)(end - start));
+  }
+  settop(c, plainleaftop);
+  return CellRef(c);
+}
+static bool waitingword(const Cell *c) { return rawtext(c)[2] == 1; }
+static uint64_t oneword(const Cell *c) {
+  uint64_t w;
+  memcpy(&w, rawtext(c) + oneat, 8);
+  return w;
+}
+bool waitingvalue(const Cell *c, int64_t &v) {
+  if (!waitingword(c)) return false;
+  uint64_t w = oneword(c);
+  v = rawtext(c)[0] == '0' ? -(int64_t)w : (int64_t)w;  // the first byte 0 is the sign
+  return true;
+}
 static const uint64_t *keptat(const Cell *c, size_t &n) {
   const char *t = rawtext(c);
+  if (waitingword(c)) {
+    n = 1;
+    return (const uint64_t *)(t + oneat);
+  }
   uint64_t count;
   memcpy(&count, t + countat, 8);
   n = count;
@@ -101,6 +161,12 @@ static void keptwords(const Cell *c, Limbs &m) {
 void numberwrite(Cell *c) {
   char *t = rawtext(c);
   char first = t[0];
+  if (waitingword(c)) {
+    size_t len = fieldof(c);
+    worddigits(oneword(c), t + len);  // the sign, where there is one, stays before them
+    t[len] = 0;
+    return;
+  }
   Limbs m;
   keptwords(c, m);
   Limbs d = bintodec(m);

@@ -170,12 +170,24 @@ TEST_F(Numbers, SmallIntegersAgreeWithTheGeneralPath) {
   std::vector<int64_t> values = {0, 1, -1, 9, -9, 10, -10, INT64_MAX, INT64_MIN, INT64_MAX - 1, INT64_MIN + 1,
                                  999999999999999999, -1000000000000000000};
   for (int i = 0; i < 300; i++) values.push_back((int64_t)g() >> (g() % 64));
+  for (int64_t p = 1;; p *= 10) {  // where the count or the leading digit changes
+    for (int64_t n : {p - 1, p, p + 1, 2 * p - 1, 2 * p, 9 * p, (p / 10) * 99 + 1}) values.insert(values.end(), {n, -n});
+    if (p > INT64_MAX / 10) break;
+  }
+  int64_t v = 0;
   for (int64_t n : values) {
-    CellRef made = fromword(n), spelled(text(made));
+    std::string spelling = (n < 0 ? "0" : "") + std::to_string(n < 0 ? 0 - (uint64_t)n : (uint64_t)n);
+    // A word made into a leaf reads back and has its length and first byte before its digits exist.
+    CellRef made = fromword(n);
+    EXPECT_TRUE(smallint(made.get(), v) && v == n) << n;
+    EXPECT_EQ(celllen(made), spelling.size()) << n;
+    EXPECT_EQ(cellhead(made), (unsigned char)spelling[0]) << n;
+    EXPECT_EQ(text(made), spelling);
+    EXPECT_TRUE(smallint(made.get(), v) && v == n) << n;
+    CellRef spelled(spelling);
     sizeup(spelled);
     EXPECT_EQ(topbyte(made.get()), topbyte(spelled.get())) << n;
   }
-  int64_t v = 0;
   // Every length of digits, every digit at every place, both signs: the reader takes short texts
   // eight digits at a time and must join the parts at each length.
   for (size_t len = 1; len <= 19; len++) {
@@ -388,8 +400,10 @@ TEST_F(Numbers, PendingDigitsAreTheReferenceDigits) {
 // on the bytes as they stand, comparison, interning, words and arithmetic through the text.
 TEST_F(Numbers, ReadersOfPendingDigitsSeeTheDigits) {
   Limbs m = dectobin(decread(refpow("7", 90)));
-  for (bool minus : {false, true}) {
-    auto fresh = [&] { return wordsleaf(minus, m); };
+  for (int form = 0; form < 4; form++) {
+    bool minus = form % 2;
+    // many words, or one word of a few digits
+    auto fresh = [&] { return form < 2 ? wordsleaf(minus, m) : fromword(minus ? -7654321 : 7654321); };
     CellRef plain(celltext(fresh()));
     ASSERT_TRUE(digitspending(fresh().get()));
     EXPECT_EQ(numclass(fresh()), 'i');
