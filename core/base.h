@@ -11,7 +11,7 @@ extern int64_t starttime;
 // When set, the log goes to this string instead of its file; the tests read it there.
 extern std::string *logcapture;
 
-// Start-up: the start time, the stack limit and the memory limit of runs.
+// Start-up: the start time and the memory limit of runs; the stack limit is left as it is.
 void tolmstart();
 void tolmlog(const std::string &text);
 [[noreturn]] void tolmfail(const std::string &text);

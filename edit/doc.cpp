@@ -1,5 +1,5 @@
-// Documents: reading, editing and settling the window of difference, the document model alone.
-// The saved text stays whole; only the changes and what an edit touches are copied.
+// Documents: reading the current and the saved text, whole or in pieces, and comparing them.
+// The edits and the settling of the window of difference are in window.cpp.
 #include "edit/doc.h"
 
 #include <algorithm>
