@@ -35,7 +35,7 @@ CellRef numberdone(Numberroom room, bool minus, size_t n);
 CellRef wordsleaf(bool minus, const Limbs &m);
 
 // The integer leaf of a sign and a magnitude that fit a word, made already analysed. A value of 3
-// to 14 digits keeps its word in the leaf until its text is first read, so that a result that is
+// to 18 digits keeps its word in the leaf until its text is first read, so that a result that is
 // only an operand of the next operation is never spelled out and read back.
 CellRef wordleaf(uint64_t magnitude, bool minus);
 // The value of a leaf with pending digits when one word waits there; false for more words.
