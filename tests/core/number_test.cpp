@@ -171,7 +171,7 @@ TEST_F(Numbers, SmallIntegersAgreeWithTheGeneralPath) {
                                  999999999999999999, -1000000000000000000};
   for (int i = 0; i < 300; i++) values.push_back((int64_t)g() >> (g() % 64));
   for (int64_t p = 1;; p *= 10) {  // where the count or the leading digit changes
-    for (int64_t n : {p - 1, p, p + 1, 2 * p - 1, 2 * p, 9 * p, (p / 10) * 99 + 1}) values.insert(values.end(), {n, -n});
+    for (int64_t n : {p - 1, p, p + 1, 2 * p - 1, 2 * p, 9 * p, p + p / 2}) values.insert(values.end(), {n, -n});
     if (p > INT64_MAX / 10) break;
   }
   int64_t v = 0;
