@@ -103,27 +103,23 @@ CellRef wordleaf(uint64_t magnitude, bool minus) {
   static const uint64_t powers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000,
                                     10000000000ull, 100000000000ull, 1000000000000ull, 10000000000000ull,
                                     100000000000000ull, 1000000000000000ull, 10000000000000000ull,
-                                    100000000000000000ull, 1000000000000000000ull};
-  constexpr uint64_t waitbelow = 1000000000000000000ull;
+                                    100000000000000000ull, 1000000000000000000ull, 10000000000000000000ull};
   minus = minus && magnitude;
-  Cell *c;
-  if (magnitude < 100) {
-    size_t digits = 1 + (magnitude >= 10);
-    c = newleafspace(digits + minus, '0');
-    worddigits(magnitude, rawtext(c) + digits + minus);
-  } else if (magnitude < waitbelow) {
-    // 1233 / 4096 is log10 2 to four places: below is the digit count or one short of it
-    size_t below = (size_t)(64 - std::countl_zero(magnitude)) * 1233 >> 12;
-    size_t digits = below + (magnitude >= powers[below]);
-    c = newleafspace(digits + minus, minus ? '0' : (unsigned char)('0' + magnitude / powers[digits - 1]));
-    char *t = rawtext(c);
+  // 1233 / 4096 is log10 2 to four places: below is the digit count or one short of it. Zero has
+  // the one digit that one has.
+  uint64_t odd = magnitude | 1;
+  size_t below = (size_t)(64 - std::countl_zero(odd)) * 1233 >> 12;
+  size_t digits = below + (odd >= powers[below]), len = digits + minus;
+  bool waits = magnitude >= 100 && magnitude < powers[18];
+  // the first byte is the sign or the leading digit; written digits put the leading one themselves
+  Cell *c = newleafspace(len, waits && !minus ? (unsigned char)('0' + magnitude / powers[digits - 1]) : '0');
+  char *t = rawtext(c);
+  if (waits) {
     memset(t + 1, 0, oneat - 1);
     t[1] = t[2] = 1;
     memcpy(t + oneat, &magnitude, 8);
   } else {
-    char text[24], *end = text + sizeof text, *start = worddigits(magnitude, end);
-    if (minus) *--start = '0';
-    c = newleaf(start, (size_t)(end - start));
+    worddigits(magnitude, t + len);
   }
   settop(c, plainleaftop);
   return CellRef(c);
