@@ -190,6 +190,11 @@ uint64_t datacount(const CellRef &x) {
 // A bracket text as J form: each group is a list that starts at K and takes its elements from
 // the left, a character through the text of its tree. Nothing for a text whose outer group does
 // not close at its last byte, as a cut inside an element can leave.
+static std::optional<CellRef> listoftext(std::string_view t);
+
+// A character's list: that of the text of its tree, which is balanced.
+static CellRef charlist(unsigned char c) { return *listoftext(leaftext(chartree(c).get())); }
+
 static std::optional<CellRef> listoftext(std::string_view t) {
   std::vector<CellRef> lists;
   for (size_t i = 0; i < t.size(); i++) {
@@ -201,8 +206,7 @@ static std::optional<CellRef> listoftext(std::string_view t) {
       if (lists.empty()) return i + 1 == t.size() ? std::optional(std::move(done)) : std::nullopt;
       lists.back() = cellpair3(CellRef("J"), std::move(lists.back()), std::move(done));
     } else {
-      CellRef tree = *listoftext(leaftext(chartree((unsigned char)t[i]).get()));
-      lists.back() = cellpair3(CellRef("J"), std::move(lists.back()), std::move(tree));
+      lists.back() = cellpair3(CellRef("J"), std::move(lists.back()), charlist((unsigned char)t[i]));
     }
   }
   return std::nullopt;
@@ -221,9 +225,8 @@ static CellRef listbyparts(std::string_view t) {
   }
   CellRef out("K");
   for (size_t i = lasts.size(); i-- > 0;) {
-    std::string_view e = lasts[i];
-    CellRef tree = e.size() == 1 ? chartree((unsigned char)e[0]) : CellRef(std::string(e));
-    out = cellpair3(CellRef("J"), std::move(out), *listoftext(leaftext(tree.get())));
+    std::string_view e = lasts[i];  // a group, which is balanced, or one character
+    out = cellpair3(CellRef("J"), std::move(out), e.size() == 1 ? charlist((unsigned char)e[0]) : *listoftext(e));
   }
   return out;
 }
