@@ -59,6 +59,11 @@ TEST(Data, CutTextsListByTheirLastElements) {
     CellRef byparts = cellpair3(CellRef("J"), datalist(datainit(t)), datalist(datalast(t)));
     EXPECT_EQ(cellcompare(datalist(t), byparts), 0) << text;
   }
+  // The elements walking back from the end: z, [, [, y, the group [p], x.
+  CellRef want("K");
+  for (const CellRef &e : {chartree('x'), CellRef("[p]"), chartree('y'), chartree('['), chartree('['), chartree('z')})
+    want = cellpair3(CellRef("J"), want, datalist(e));
+  EXPECT_EQ(cellcompare(datalist(CellRef("[x[p]y[[z]")), want), 0);
   EXPECT_DEATH(datalist(CellRef("[a]b]")), "ASSERTION FAILED:b:");  // leaves "]" once "b" is taken
 }
 
