@@ -39,6 +39,12 @@ enum class Op : uint8_t {
   invoke,   // the value in slot s applied to the top n values: a known abstraction with n parameters
             // runs its code at once, anything else gets them in argument frames as enter does; c = 1
             // in tail position, m = 1 when nothing after reads slot s
+  fused,    // the first operand of the quick two further on, its second the one after this: when
+            // both, read where they stand, are small integers the operator is done here and the
+            // code goes on past it (past its eval, or where its select goes); otherwise both are
+            // pushed as the slot, take or cell of n and the next instruction say, and the
+            // operator's built-in runs
+  fusedtop, // the same for the second operand of the quick next, whose first is the top
 };
 
 // Where the application of a value goes by the value's shape: a pair V x or J x y with x and
@@ -85,6 +91,11 @@ int quicktest(Quick q, Cell *a, Cell *b);
 // out of the slot: a handle moved rather than copied, and a value that nothing else holds stays
 // alone for a built-in that may change it in place.
 void lastreads(Code &code);
+
+// Marks the first operand of each quick whose two operands are slots or cells pushed just before
+// it, where no jump lands between them, as fused; and the second operand of one whose first
+// comes before, as fusedtop.
+void fuse(Code &code);
 
 // Which of the prelude's combinators stand as the prelude defines them in this run: the fast
 // machine's shortcuts hold only for those.

@@ -411,6 +411,7 @@ Code compile(Cell *def) {
   code.params = c.top - code.captured;
   c.gen(def, true);
   lastreads(code);
+  fuse(code);
   code.ok = true;
   return code;
 }

@@ -544,27 +544,79 @@ void build(const Code *code, uint32_t base, const Ins &in) {
   giveup(base, code->maps[in.m], in.gives);
 }
 
-// A comparison whose answer the select next takes at once: the choice is made without the leaf K
-// or H, which nothing else could see. 1 for K, 0 for H, -1 when the operator must run.
-int tested(const Ins &in, const Ins &next) {
-  if (next.op != Op::select || !intact.K || !intact.H || !intact.I) return -1;
+// The operator of in on x and y, which stay where they were read, when both are small integers:
+// r the result, counted, and pc past an eval that it makes needless; or, for a comparison whose
+// answer the select at pc takes at once, r null and pc the branch, chosen without the leaf K or
+// H, which nothing else could see. False, with nothing changed, when the built-in must run.
+bool operate(const Code *code, const Ins &in, Cell *x, Cell *y, uint32_t &pc, Cell *&r) {
+  const Ins &next = code->ins[pc];
+  if (in.s >= (int)Quick::less && next.op == Op::select && intact.K && intact.H && intact.I) {
+    int t = quicktest((Quick)in.s, x, y);
+    if (t >= 0) {
+      r = nullptr;
+      pc = t ? pc + 1 : next.c;
+      return true;
+    }
+  }
+  r = quick((Quick)in.s, x, y);
+  if (!r) return false;
+  if (next.op == Op::eval && isnormal(r)) pc++;
+  return true;
+}
+
+bool quickly(Run &run, const Code *code, CellRef &e, const Ins &in, uint32_t &pc) {
   size_t n = stack.size();
-  int t = quicktest((Quick)in.s, stack[n - 2], stack[n - 1]);
-  if (t < 0) return -1;
+  Cell *r;
+  if (!operate(code, in, stack[n - 2], stack[n - 1], pc, r)) return builtin(run, code, e, in);
   celldec(stack[n - 1]);
   celldec(stack[n - 2]);
   stack.resize(n - 2);
-  return t;
+  if (r) stack.push_back(r);
+  return true;
 }
 
-bool quickly(Run &run, const Code *code, CellRef &e, const Ins &in) {
-  size_t n = stack.size();
-  Cell *r = quick((Quick)in.s, stack[n - 2], stack[n - 1]);
-  if (!r) return builtin(run, code, e, in);
-  celldec(stack[n - 1]);
-  celldec(stack[n - 2]);
-  stack[n - 2] = r;
-  stack.pop_back();
+// The cell that a slot, take or cell instruction (op) would push.
+Cell *operand(const Code *code, uint32_t base, Op op, const Ins &in) {
+  return op == Op::cell ? code->cells[in.c].get() : stack[base + in.s];
+}
+
+// Pushes the operand, moving it out of its slot for a take.
+void pushoperand(const Code *code, uint32_t base, Op op, const Ins &in) {
+  if (op != Op::take) return push(operand(code, base, op, in));
+  stack.push_back(stack[base + in.s]);
+  stack[base + in.s] = nullptr;
+}
+
+// A take's operand is done with once the operator has run without it on the stack.
+void spent(uint32_t base, Op op, const Ins &in) {
+  if (op != Op::take) return;
+  celldec(stack[base + in.s]);
+  stack[base + in.s] = nullptr;
+}
+
+// A fused operator whose built-in must run: its operands are pushed as their instructions would.
+[[gnu::noinline]] bool unfused(Run &run, const Code *code, uint32_t base, CellRef &e, uint32_t &pc, bool top) {
+  const Ins &first = code->ins[pc - 1], &second = top ? first : code->ins[pc];
+  if (!top) pushoperand(code, base, (Op)first.n, first);
+  pushoperand(code, base, top ? (Op)first.n : second.op, second);
+  pc += top ? 1 : 2;
+  return builtin(run, code, e, code->ins[pc - 1]);
+}
+
+// A fused operator, at pc the instruction after its first operand's, or, for fusedtop, after its
+// second's with the first on top of the stack, done on the operands where they stand.
+bool fused(Run &run, const Code *code, uint32_t base, CellRef &e, uint32_t &pc, bool top) {
+  const Ins &first = code->ins[pc - 1], &second = top ? first : code->ins[pc];
+  Op a = (Op)first.n, b = top ? a : second.op;
+  uint32_t after = top ? pc + 1 : pc + 2;
+  Cell *x = top ? stack.back() : operand(code, base, a, first), *r;
+  if (!operate(code, code->ins[after - 1], x, operand(code, base, b, second), after, r))
+    return unfused(run, code, base, e, pc, top);
+  if (top) celldec(pop());
+  else spent(base, a, first);
+  spent(base, b, second);
+  if (r) stack.push_back(r);
+  pc = after;
   return true;
 }
 
@@ -699,16 +751,9 @@ void runcode(Run &run, Act a, CellRef &e) {
       case Op::global: going = global(here(), e, code->cells[in.c].get()); break;
       case Op::build: build(code, base, in); break;
       case Op::eval: going = evaluated(here(), e); break;
-      case Op::quick:
-        if (in.s >= (int)Quick::less) {
-          int t = tested(in, ins[pc]);
-          if (t >= 0) {
-            pc = t ? pc + 1 : ins[pc].c;
-            break;
-          }
-        }
-        going = quickly(run, code, e, in);
-        break;
+      case Op::quick: going = quickly(run, code, e, in, pc); break;
+      case Op::fused: going = fused(run, code, base, e, pc, false); break;
+      case Op::fusedtop: going = fused(run, code, base, e, pc, true); break;
       case Op::builtin: going = builtin(run, code, e, in); break;
       case Op::call: {
         Act t = here();

@@ -121,3 +121,31 @@ TEST(Differential, AppliedValuesTakeTheirArguments) {
        })
     expectalike(program, out);
 }
+
+// An operator whose operands are slots or cells reads them where they stand, and one whose first
+// operand is a value just made reads that from the top: at the edges of a word, where the built-in
+// must run after all, with an operand read again after it or for the last time, and with the
+// answer of a comparison taken by a choice or kept as a value.
+TEST(Differential, OperatorsReadTheirOperandsInPlace) {
+  std::string out = scratchdir() + "out";
+  for (const char *program : {
+           "ad 9223372036854775807 1,ad\\x\\y\\x+y",  // both read for the last time
+           "ad 4611686018427387904 4611686018427387904,ad\\x\\y\\V (V (x+y) (x*y)) (V (x-y) (V (y-x) x))",
+           "sq 3037000500,sq\\d\\V (d*d) (V (d*3037000499) d)",  // one slot twice, then a cell
+           "sq 3037000499,sq\\d\\V (d*d) ((d*d)+d)",
+           "ff 3 4 5,ff\\a\\b\\c\\V ((a*b)+c) (V (c-(a*b)) (1+(a*b)))",
+           "ff 4611686018427387904 2 01,ff\\a\\b\\c\\V ((a*b)+c) (V ((a*b)/c) c)",  // beyond a word
+           "ff 5 0,ff\\a\\b\\V (V (a/b) (a%b)) (V (a/0) (V (b%a) ((a*a)/b)))",
+           "ff 3 4,ff\\a\\b\\V (V ((a<b)[y][n]) ((b<a)[y][n])) (V ((a=3)[y][n]) ((a#b)(b>a)[n]))",
+           "ff (2^70) 4,ff\\a\\b\\V (V ((a<b)[y][n]) ((b<a)[y][n])) (V (a+b) (b*a))",
+           "ff [a] [b],ff\\a\\b\\V ((a<b) 1 2) (V (a+b) ((a+b)<a))",
+           "ff (real 1) 2,ff\\a\\b\\V ((a<b) 1 2) (V (a+b) ((a*b)<b))",
+           "ff 3 4,ff\\a\\b\\V (raws (a<b) (a<b)) (V (raws (a+b) (a+b)) (same (a-a) (b-b)))",
+           "ff 3 4,ff\\a\\b\\(a<b)[y][n],K\\a\\b\\b",  // the choice by the prelude's K no more
+           "go 100 0,go\\n\\s\\(n=0)s(go(n-1)(s+n))",
+           "fi 100 0 1,fi\\n\\a\\b\\(n=0)a(fi(n-1)b(a+b))",  // a sum that leaves the word on the way
+           "fi 100 0 1,fi\\n\\a\\b\\(n=0)a(fi(n-1)b(b+a))",
+           "co 300,co\\n\\(n<2)0((pr n 2)+co(n-1)),pr\\n\\d\\(d*d>n)1((n%d=0)0(pr n (d+1)))",
+       })
+    expectalike(program, out);
+}

@@ -5,6 +5,7 @@
 #include "core/cell.h"
 #include "core/halt.h"
 #include "core/tables.h"
+#include "lang/eval.h"
 #include "lang/print.h"
 #include "lang/program.h"
 #include "tests/support.h"
@@ -175,4 +176,28 @@ TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
   EXPECT_LT(memoryheld(), held + (1 << 20));
   runhalt = 0;
   EXPECT_EQ(run("K 7 8").printed, "7");
+}
+
+// An evaluation gives back every cell it made and did not keep: in the same tables, the main
+// expression evaluated again leaves as many cells alive as the evaluation before it did,
+// whichever way its values were read, built, moved and dropped.
+TEST(Programs, EvaluationsGiveBackWhatTheyMade) {
+  for (const char *text : {
+           "co 200,co\\n\\(n<2)0((pr n 2)+co(n-1)),pr\\n\\d\\(d*d>n)1((n%d=0)0(pr n (d+1)))",
+           "fi 100 0 1,fi\\n\\a\\b\\(n=0)a(fi(n-1)b(a+b))",
+           "ff 3 4 5,ff\\a\\b\\c\\V ((a*b)+c) (V ((a<b)[y][n]) ((a*b)<c))",
+           "ff 4611686018427387904 2 01,ff\\a\\b\\c\\V ((a*b)+c) ((a+a)<c)",
+           "ff [a] 2,ff\\a\\b\\V (a+b) ((a<b)[y][n])",
+           "strlen (bu 300 []),bu\\n\\s\\(n=0)s(bu(n-1)(s+[ab]))",
+       }) {
+    preludeload();
+    ASSERT_FALSE(failed(textload(0, text)));
+    ASSERT_FALSE(failed(textcheck()));
+    CellRef main = deftable().at("");
+    std::string first = termprint(evaluate(main));
+    uint64_t live = cellsmade - cellsfreed;
+    EXPECT_EQ(termprint(evaluate(main)), first) << text;
+    EXPECT_EQ(cellsmade - cellsfreed, live) << text;
+    tablesreset();
+  }
 }
