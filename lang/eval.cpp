@@ -30,15 +30,27 @@ Leaves &leaves() {
   return *current;
 }
 
+// A slot gives back the cells it held.
+static void forget(Named &n) {
+  if (n.leaf) celldec(n.leaf);
+  if (n.codefor) celldec(n.codefor);
+  n.leaf = n.codefor = nullptr;
+}
+
 Named &named(Cell *leaf) {
   static Named slots[4096];
+  static uint64_t swept = 0;
   Named &n = slots[((uintptr_t)leaf >> 4) & 4095];
   Defs &defs = deftable();
   if (n.leaf == leaf && n.generation == tablesgeneration && n.epoch == defs.epoch && n.defined) return n;
+  // The first look in new tables gives back what every slot held for the old ones: the definitions
+  // of a finished run must not stay alive in slots that no later run happens to use.
+  if (swept != tablesgeneration) {
+    for (Named &s : slots) forget(s);
+    swept = tablesgeneration;
+  }
   cellinc(leaf);
-  if (n.leaf) celldec(n.leaf);
-  if (n.codefor) celldec(n.codefor);
-  n.codefor = nullptr;
+  forget(n);
   n.leaf = leaf;
   n.generation = tablesgeneration;
   n.epoch = defs.epoch;
