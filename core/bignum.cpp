@@ -10,6 +10,7 @@
 #endif
 
 #include "core/base.h"
+#include "core/halt.h"
 
 Bigtuning bigtuning;
 
@@ -636,6 +637,7 @@ Limbs bigpow(const Limbs &a, const Limbs &e) {
   if (a.empty()) return {};
   Limbs r = a;
   for (uint64_t i = bits - 1; i-- > 0;) {
+    if (!roomfor(productpeak * 8 * (2 * r.size() + a.size()))) return {};
     r = bigmul<B>(r, r);
     if (e[i / 64] >> (i % 64) & 1) r = a.size() == 1 ? bigmulsmall<B>(r, a[0]) : bigmul<B>(r, a);
   }

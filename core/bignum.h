@@ -43,9 +43,14 @@ template <class B>
 Limbs bigaddsmall(const Limbs &a, uint64_t m);  // m below the base
 template <class B>
 uint64_t bigdivsmall(Limbs &a, uint64_t d);  // in place; gives the remainder
-// a to the power e, where e is given in binary words whatever the base of a.
+// a to the power e, where e is given in binary words whatever the base of a. A power that would
+// take the run past its memory limit stops before the squaring that would, asking the run to halt,
+// and gives zero.
 template <class B>
 Limbs bigpow(const Limbs &a, const Limbs &e);
+// The bytes a long product takes at its peak, in transforms, columns and result, per byte of the
+// product: 3^(2^30), a product of 212 MB, peaks at 23 times that.
+constexpr uint64_t productpeak = 24;
 
 // Binary sums, differences and products by a word on runs of words that stand elsewhere (the
 // words a number leaf keeps), so that neither operand nor result is copied. r has room for the

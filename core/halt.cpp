@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <unistd.h>
 
+#include "core/cell.h"
+
 volatile std::sig_atomic_t runhalt = 0;
 uint64_t memorylimit = ~0ull;
 
@@ -32,6 +34,12 @@ void memorysetup() {
   long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGESIZE);
   uint64_t half = pages > 0 && size > 0 ? (uint64_t)pages * (uint64_t)size / 2 : ~0ull;
   memorylimit = set ? set : half;
+}
+
+bool roomfor(uint64_t bytes) {
+  uint64_t held = memoryheld();
+  if (!runhalt && (bytes > memorylimit || held > memorylimit - bytes)) runhalt = haltmemory;
+  return !runhalt;
 }
 
 const char *haltmessage(int why) { return why == haltmemory ? "Out of memory" : "Interrupted"; }

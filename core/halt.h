@@ -23,5 +23,11 @@ inline void memorycheck(uint64_t held) {
   if (held > memorylimit) runhalt = haltmemory;
 }
 
+// Whether a built-in may take bytes more than terms hold now for its next step: false once a halt
+// was asked for, and false, asking for one, when they would take what terms hold past the limit.
+// A built-in whose one call can grow without bound (a power) asks before each step of its loop,
+// since the machine only looks between its own steps; what it gives after a no is never seen.
+bool roomfor(uint64_t bytes);
+
 // The title row's text for a run that was stopped.
 const char *haltmessage(int why);

@@ -7,6 +7,7 @@
 
 #include "core/base.h"
 #include "core/bignum.h"
+#include "core/halt.h"
 #include "core/nat.h"
 #include "core/number.h"
 #include "core/numberleaf.h"
@@ -159,11 +160,13 @@ std::string exactmul(const std::string &a, const std::string &b) {
 
 // The language's own order: square, one more factor when the exponent is odd, then halve the
 // exponent. It gives the true power for exponents that are powers of two, and for 3, and not for
-// most others (5 gives the sixth power); it stands as it is.
+// most others (5 gives the sixth power); it stands as it is. Like an integer power, it stops
+// before a squaring that would take the run past its memory limit.
 std::string exactpow(const std::string &d, uint64_t e) {
   if (e == 0) return std::string(1, '\1');
   std::string r = d;
   for (; 1 < e; e /= 2) {
+    if (!roomfor(productpeak * (2 * r.size() + d.size()))) return d;
     r = exactmul(r, r);
     if (e % 2) r = exactmul(r, d);
   }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "core/data.h"
+#include "core/halt.h"
 #include "core/nat.h"
 #include "core/number.h"
 #include "lib/builtins.h"
@@ -318,9 +319,10 @@ CellRef numbpow(const CellRef &a, const CellRef &b) {
   CellRef e = intleafof(b);
   if (isleafcell(a.get()) && celltext(a) == "004") {
     if (bitsused(listbits(magnitude(e))) - 2 >= 61) return leaf("Z");
-    int64_t n = toword(e);
+    int64_t n = toword(e), at = n >= 0 ? 2 * n + 1 : -2 * n;
+    if (!roomfor((uint64_t)at / 8)) return leaf("Z");  // a run halted for memory never sees it
     std::string d(1, '\1');
-    setbit(n >= 0 ? 2 * n + 1 : -2 * n, 1, d);
+    setbit(at, 1, d);
     return bitsexact(d);
   }
   if (!isplus(e)) return leaf("Z");

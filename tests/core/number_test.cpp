@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "core/bignum.h"
+#include "core/halt.h"
 #include "core/nat.h"
 #include "core/numberleaf.h"
 #include "core/tables.h"
@@ -362,6 +363,12 @@ TEST_F(Numbers, IntegerPowers) {
                          {"1", "05", "1"}})
     EXPECT_EQ(text(intpow(CellRef(a), CellRef(n))), r) << a << "^" << n;
   EXPECT_EQ(text(intpow(CellRef("0"), CellRef("01"))), "Z");
+  // A halt asked for, by the interrupt key say, stops a long power before its first squaring; the
+  // run it belongs to ends before anything sees what it gave.
+  runhalt = haltinterrupt;
+  EXPECT_EQ(text(intpow(CellRef("3"), CellRef("16777216"))), "0");
+  EXPECT_EQ(runhalt, haltinterrupt);
+  runhalt = 0;
 }
 
 // Leaves made from binary words against the same numbers spelled by the reference: their length

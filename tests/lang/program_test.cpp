@@ -178,6 +178,24 @@ TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
   EXPECT_EQ(run("K 7 8").printed, "7");
 }
 
+// A power grows without bound inside one call of its built-in, where the machine cannot look: it
+// stops before the step that would take the run past its memory limit, counting what a long
+// product takes at its peak, and the run says so. A result that would itself fit may so be
+// refused; the power of two of an exact fraction, made by placing one bit, is refused before
+// the bit's bytes are asked of the heap.
+TEST(Programs, PowersStopAtTheMemoryLimit) {
+  uint64_t limit = memorylimit;
+  memorylimit = memoryheld() + (16 << 20);
+  for (const char *text : {"(3^(2^23))%10", "(007^(2^22))<1", "004^(2^40)", "V 1 (2+(7^(2^26)))"}) {
+    Ran r = run(text);
+    EXPECT_EQ(r.o.status, "Halts") << text;
+    EXPECT_EQ(r.printed, "Out of memory") << text;
+    runhalt = 0;
+  }
+  EXPECT_EQ(run("(3^(2^16))%1000").printed, "121");  // large, but within the limit
+  memorylimit = limit;
+}
+
 // A run gives back every cell it made and did not keep, whichever way its values were read, built,
 // moved and dropped. What a machine keeps from one run to speed up the next (names looked up,
 // compiled code) goes at the next run, so that the runs of a session do not pile up: on the fast
