@@ -245,6 +245,8 @@ CellRef tolmdash(CellRef app) {
 
 // s repeated n times by doubling from the highest set bit of n down. The search for that bit
 // has no lower limit, so a count of 0 never ends: the program waits until it is interrupted.
+// Each doubling first asks whether the run may take it, the old and the new text and the leaf
+// they go into, so that a count past the memory limit halts the run instead of the process.
 std::string repeat(const std::string &s, int64_t n) {
   if (n == 0)
     for (;;) pause();
@@ -252,6 +254,7 @@ std::string repeat(const std::string &s, int64_t n) {
   while (!((n >> top) & 1)) top--;
   std::string r = s;
   for (int bit = top - 1; bit >= 0; bit--) {
+    if (!roomfor(5 * (r.size() + s.size()))) return s;
     r += r;
     if ((n >> bit) & 1) r += s;
   }

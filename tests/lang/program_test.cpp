@@ -178,15 +178,16 @@ TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
   EXPECT_EQ(run("K 7 8").printed, "7");
 }
 
-// A power grows without bound inside one call of its built-in, where the machine cannot look: it
-// stops before the step that would take the run past its memory limit, counting what a long
-// product takes at its peak, and the run says so. A result that would itself fit may so be
-// refused; the power of two of an exact fraction, made by placing one bit, is refused before
-// the bit's bytes are asked of the heap.
-TEST(Programs, PowersStopAtTheMemoryLimit) {
+// A power or a repeated text grows without bound inside one call of its built-in, where the machine
+// cannot look: it stops before the step that would take the run past its memory limit, counting
+// what a long product or a doubled text takes at its peak, and the run says so. A result that
+// would itself fit may so be refused; the power of two of an exact fraction, made by placing one
+// bit, is refused before the bit's bytes are asked of the heap.
+TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
   uint64_t limit = memorylimit;
   memorylimit = memoryheld() + (16 << 20);
-  for (const char *text : {"(3^(2^23))%10", "(007^(2^22))<1", "004^(2^40)", "V 1 (2+(7^(2^26)))"}) {
+  for (const char *text : {"(3^(2^23))%10", "(007^(2^22))<1", "004^(2^40)", "V 1 (2+(7^(2^26)))",
+                           "strlen ([ab]*5000000)", "strlen ((init [ab])*5000000)"}) {
     Ran r = run(text);
     EXPECT_EQ(r.o.status, "Halts") << text;
     EXPECT_EQ(r.printed, "Out of memory") << text;
