@@ -29,10 +29,10 @@ static uint64_t textheld = 0;
 uint64_t memoryheld() { return (cellsmade - cellsfreed) * smallcell + textheld; }
 
 static void *takelong(size_t n) {
+  memorycheck(memoryheld() + n);
   void *block = malloc(n);
   must(block != nullptr);
   textheld += malloc_usable_size(block) - smallcell;
-  memorycheck(memoryheld());
   return block;
 }
 
@@ -124,7 +124,14 @@ Cell *newleaf(const char *text, size_t n) {
 }
 
 Cell *newpair(Cell *left, Cell *right) {
-  Cell *c = takesmall();
+  Cell *c;
+  try {
+    c = takesmall();
+  } catch (const Overrun &) {  // the children's counts were given to a pair that is not made
+    celldec(left);
+    celldec(right);
+    throw;
+  }
   cellsmade++;
   c->word = 0;
   c->left = left;

@@ -9,6 +9,7 @@
 
 volatile std::sig_atomic_t runhalt = 0;
 uint64_t memorylimit = ~0ull;
+bool overrunarmed = false;
 
 uint64_t memoryparse(const char *text) {
   if (!text) return 0;

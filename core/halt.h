@@ -18,9 +18,23 @@ extern uint64_t memorylimit;
 uint64_t memoryparse(const char *text);
 void memorysetup();
 
-// The allocator's check, made whenever what terms hold has grown by a slab or by a long text.
+// Thrown by the cell allocator when what terms hold passes the limit by a quarter while a run is
+// armed for it: a built-in that makes cells in one call, with no step of the machine between them,
+// can be stopped no other way before the system runs out of memory. runprogram arms it, catches
+// it and halts the run as for memory; the throw disarms it, so that nothing the unwinding does can
+// throw again.
+struct Overrun {};
+extern bool overrunarmed;
+
+// The allocator's check, made whenever what terms hold grows by a slab or by a long text, before
+// the memory is taken.
 inline void memorycheck(uint64_t held) {
-  if (held > memorylimit) runhalt = haltmemory;
+  if (held <= memorylimit) return;
+  runhalt = haltmemory;
+  if (overrunarmed && held - memorylimit > memorylimit / 4) {
+    overrunarmed = false;
+    throw Overrun{};
+  }
 }
 
 // Whether a built-in may take bytes more than terms hold now for its next step: false once a halt

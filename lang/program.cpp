@@ -333,8 +333,20 @@ CellRef textresult() {
 // the printed result or the message of the first failure.
 Outcome runprogram(int64_t base, const std::string &text, std::string &printed) {
   preludeload();
-  Outcome o = textload(base, text);
-  if (!failed(o)) o = textrun();
+  Outcome o;
+  overrunarmed = true;
+  try {
+    o = textload(base, text);
+    if (!failed(o)) o = textrun();
+  } catch (const Overrun &) {
+    // What the unwinding gave back is gone; the tables, the names of loads in progress and the
+    // interned terms go with the rest, as after any halted run.
+    o = fails("", "Halts", haltmessage(haltmemory));
+    tablesreset();
+    loadednames().clear();
+    keepset() = Keep();
+  }
+  overrunarmed = false;
   printed = failed(o) ? o.message : termprint(textresult());
   return o;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/cell.h"
+#include "core/halt.h"
 #include "core/tables.h"
 #include "tests/support.h"
 
@@ -141,4 +142,25 @@ TEST(Interning, TheSetGivesBackItsCountsWhenMembersLeave) {
   }
   EXPECT_GE(cellsfreed - freed, 2001u);  // each pair of the loop, its number and the new S K I
   std::swap(outer, keepset());
+}
+
+// A pair that the allocator refuses to make, past the limit in an armed run, gives back the counts
+// of the children it was handed: a list that only the refused pair was to hold goes with it.
+TEST(Cells, ARefusedPairGivesBackItsChildren) {
+  uint64_t limit = memorylimit, held = memoryheld();
+  memorylimit = held + (1 << 20);
+  overrunarmed = true;
+  bool refused = false;
+  CellRef list("K");
+  try {
+    for (int i = 0; i < 1000000; i++) list = cellpair(CellRef("J"), std::move(list));
+  } catch (const Overrun &) {
+    refused = true;
+  }
+  overrunarmed = false;
+  memorylimit = limit;
+  runhalt = 0;
+  EXPECT_TRUE(refused);
+  EXPECT_EQ(list.get(), nullptr);
+  EXPECT_LT(memoryheld(), held + 4096 * 24);
 }

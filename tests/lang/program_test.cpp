@@ -194,6 +194,16 @@ TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
     runhalt = 0;
   }
   EXPECT_EQ(run("(3^(2^16))%1000").printed, "121");  // large, but within the limit
+  // A built-in that makes cells one by one in one call, the list of a text's characters, is cut
+  // short once what terms hold passes the limit by a quarter, long before it has made them all,
+  // and what it had made is given back.
+  uint64_t made = cellsmade, held = memoryheld();
+  Ran r = run("type (lots ([a]*1000000))");
+  EXPECT_EQ(r.printed, "Out of memory");
+  EXPECT_LT(cellsmade - made, 8000000u);
+  EXPECT_LT(memoryheld(), held + (1 << 20));
+  runhalt = 0;
+  EXPECT_EQ(run("K 7 8").printed, "7");
   memorylimit = limit;
 }
 
