@@ -334,8 +334,12 @@ CellRef textresult() {
 Outcome runprogram(int64_t base, const std::string &text, std::string &printed) {
   preludeload();
   Outcome o;
-  overrunarmed = true;
   try {
+    // armed for this run only, however it ends: an exception of an embedding program included
+    struct Armed {
+      Armed() { overrunarmed = true; }
+      ~Armed() { overrunarmed = false; }
+    } armed;
     o = textload(base, text);
     if (!failed(o)) o = textrun();
   } catch (const Overrun &) {
@@ -346,7 +350,6 @@ Outcome runprogram(int64_t base, const std::string &text, std::string &printed) 
     loadednames().clear();
     keepset() = Keep();
   }
-  overrunarmed = false;
   printed = failed(o) ? o.message : termprint(textresult());
   return o;
 }
