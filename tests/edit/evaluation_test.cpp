@@ -50,16 +50,18 @@ TEST_F(Evaluation, ScrollingTheResult) {
 }
 
 // A run that the memory limit stops says so and changes nothing else: not the text, not the point,
-// not the selection, which a finished run clears.
+// not the selection, which a finished run clears. So does one cut short inside a built-in.
 TEST_F(Evaluation, AHaltedRunChangesNothingElse) {
-  Doc &d = opendoc("/p", "upto 0,upto\\n\\K(J n (upto(n+1)))");
-  mark = lenof(d);
-  uint64_t limit = memorylimit;
-  memorylimit = memoryheld() + (16 << 20);
-  press("\x1b" "e");
-  memorylimit = limit;
-  EXPECT_EQ(textof(promptline), "Out of memory");
-  EXPECT_EQ(d.point, 0);
-  EXPECT_EQ(mark, lenof(d));
-  EXPECT_EQ(runhalt, 0);  // cleared for whatever runs next
+  for (const char *program : {"upto 0,upto\\n\\K(J n (upto(n+1)))", "type (lots ([a]*1000000))"}) {
+    Doc &d = opendoc(std::string("/p") + program[0], program);
+    mark = lenof(d);
+    uint64_t limit = memorylimit;
+    memorylimit = memoryheld() + (16 << 20);
+    press("\x1b" "e");
+    memorylimit = limit;
+    EXPECT_EQ(textof(promptline), "Out of memory") << program;
+    EXPECT_EQ(d.point, 0);
+    EXPECT_EQ(mark, lenof(d));
+    EXPECT_EQ(runhalt, 0);  // cleared for whatever runs next
+  }
 }
