@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "core/data.h"
 #include "core/halt.h"
@@ -39,17 +40,20 @@ static void forget(Named &n) {
 
 Named &named(Cell *leaf) {
   static Named slots[4096];
+  static std::vector<Named *> filled;
   static uint64_t swept = 0;
   Named &n = slots[((uintptr_t)leaf >> 4) & 4095];
   Defs &defs = deftable();
   if (n.leaf == leaf && n.generation == tablesgeneration && n.epoch == defs.epoch && n.defined) return n;
-  // The first look in new tables gives back what every slot held for the old ones: the definitions
-  // of a finished run must not stay alive in slots that no later run happens to use.
+  // The first look in new tables gives back what the filled slots held for the old ones: the
+  // definitions of a finished run must not stay alive in slots that no later run happens to use.
   if (swept != tablesgeneration) {
-    for (Named &s : slots) forget(s);
+    for (Named *s : filled) forget(*s);
+    filled.clear();
     swept = tablesgeneration;
   }
   cellinc(leaf);
+  if (!n.leaf) filled.push_back(&n);
   forget(n);
   n.leaf = leaf;
   n.generation = tablesgeneration;
