@@ -7,6 +7,7 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "core/bignum.h"
 #include "core/data.h"
 #include "core/halt.h"
 #include "core/nat.h"
@@ -323,7 +324,8 @@ CellRef numbpow(const CellRef &a, const CellRef &b) {
   if (isleafcell(a.get()) && celltext(a) == "004") {
     if (bitsused(listbits(magnitude(e))) - 2 >= 61) return leaf("Z");
     int64_t n = toword(e), at = n >= 0 ? 2 * n + 1 : -2 * n;
-    if (!roomfor((uint64_t)at / 8)) return leaf("Z");  // a run halted for memory never sees it
+    // its one place and the zeros of its digits below it; a run halted for memory never sees the Z
+    if (!roomfor(productpeak * ((uint64_t)at / 8))) return leaf("Z");
     std::string d(1, '\1');
     setbit(at, 1, d);
     return bitsexact(d);
