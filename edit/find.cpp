@@ -28,14 +28,16 @@ uint64_t matchstep(const std::string &s, uint64_t state, unsigned char c) {
   return mask & (2 * state + 1);
 }
 
-// The matcher of seek: bit i of mask[c] says that pattern byte i takes text byte c. Candidates
+// The matcher of seek: bit i of mask[c] says that pattern byte i takes text byte c, for the first
+// 64 bytes of the pattern; a longer pattern's other bytes are compared one by one. Candidates
 // are found by two places of the pattern, r and r2, whose bytes have most bits in common: where
 // the bytes of a place agree in the bits of keep, a text byte c can be one of them only when
 // c & keep is their value there. Blocks of text are tested that way, and the whole pattern is
 // tried only where both places pass.
 struct Seeker {
   uint64_t mask[256];
-  int64_t m, r, r2;
+  const std::string *s;
+  int64_t m, w, r, r2;  // w: the places that have bits in the masks
   unsigned char keep, value, keep2, value2;
   bool blocks;  // whether the test of place r narrows enough to skip blocks of text
 };
@@ -51,12 +53,14 @@ static void agreement(const Seeker &z, int64_t i, unsigned char &keep, unsigned 
 
 static Seeker seekerof(const std::string &s) {
   Seeker z{};
+  z.s = &s;
   z.m = (int64_t)s.size();
+  z.w = std::min<int64_t>(z.m, 64);
   for (int c = 0; c < 256; c++)
-    for (size_t i = 0; i < s.size(); i++)
-      if (charlike((unsigned char)s[i], (unsigned char)c)) z.mask[c] |= 1ull << i;
+    for (int64_t i = 0; i < z.w; i++)
+      if (charlike((unsigned char)s[(size_t)i], (unsigned char)c)) z.mask[c] |= 1ull << i;
   int best = -1, next = -1;
-  for (int64_t i = 0; i < z.m; i++) {
+  for (int64_t i = 0; i < z.w; i++) {
     unsigned char keep, value;
     agreement(z, i, keep, value);
     int bits = __builtin_popcount(keep);
@@ -119,8 +123,10 @@ static int64_t lasttaken(const Seeker &z, const char *p, int64_t n) {
 
 // Whether a match ends just before q.
 static bool endsat(const Doc &d, const Seeker &z, int64_t q) {
-  for (int64_t i = 0; i < z.m; i++)
+  for (int64_t i = 0; i < z.w; i++)
     if (!(z.mask[charat(d, q - z.m + i)] >> i & 1)) return false;
+  for (int64_t i = z.w; i < z.m; i++)
+    if (!charlike((unsigned char)(*z.s)[(size_t)i], charat(d, q - z.m + i))) return false;
   return true;
 }
 
