@@ -182,11 +182,11 @@ bool exactmod(const std::string &a, const std::string &b, std::string &r) {
   Fixed x = fixedof(a), y = fixedof(b);
   if (y.m.empty()) return false;
   align(x, y);
-  Limbs q, rest;
   if (!longroom(x.m.size() + y.m.size())) {
     r = std::string(1, '\1');
     return true;
   }
+  Limbs q, rest;
   bigdivmod<Bin>(x.m, y.m, q, rest);
   if (!rest.empty() && x.plus != y.plus) rest = bigsub<Bin>(y.m, rest);
   r = exactof(rest, x.f, y.plus);

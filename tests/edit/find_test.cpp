@@ -59,7 +59,7 @@ TEST_F(Find, SeekFindsWhatTheRuleFindsPlaceByPlace) {
     for (int e = rand() % 3; e > 0 && lenof(d) > 0; e--) d.point = rand() % lenof(d), insertbyte(d, 'a');
     std::string s;
     for (int i = rand() % 4; i > 0; i--) s += pats[rand() % pats.size()];
-    if (round % 8 == 0 && text.size() > 200) {  // longer than the masks: a piece of the text, at times changed
+    if (round % 8 == 0 && text.size() > 200) {  // longer than the masks: a piece of the text, or near one
       s = text.substr(rand() % 100, 60 + rand() % 40);
       if (rand() % 2) s[rand() % s.size()] = pats[rand() % pats.size()];
     }

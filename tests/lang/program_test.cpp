@@ -181,9 +181,9 @@ TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
 // A power or a repeated text grows without bound inside one call of its built-in, where the machine
 // cannot look, and a product, a division or an exact result of long operands can take many times
 // their size on the way: each stops before the step that would take the run past its memory limit,
-// counting what a long product or a doubled text takes at its peak, and the run says so. A result that
-// would itself fit may so be refused; the power of two of an exact fraction, made by placing one
-// bit, is refused before the bit's bytes are asked of the heap.
+// counting what a long product or a doubled text takes at its peak, and the run says so. A result
+// that would itself fit may so be refused; the power of two of an exact fraction, made by placing
+// one bit, is refused before the bit's bytes are asked of the heap.
 TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
   uint64_t limit = memorylimit;
   memorylimit = memoryheld() + (16 << 20);
@@ -191,8 +191,8 @@ TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
                            "strlen ([ab]*5000000)", "strlen ((init [ab])*5000000)",
                            // operands that fit, whose product, quotient or digits would not
                            "(x\\(x*x)%10) (3^(2^21))", "(x\\(x/(3^(2^20)+1))%10) (5^(2^21))",
-                           "(x\\(x%(3^(2^20)+1))%10) (5^(2^21))", "(x\\(x*x)<1) (007^(2^20))", "(x\\(x%(x-1))<1) (007^(2^20))",
-                           "(004^(0-20000000))<1"}) {
+                           "(x\\(x%(3^(2^20)+1))%10) (5^(2^21))", "(x\\(x*x)<1) (007^(2^20))",
+                           "(x\\(x%(x-1))<1) (007^(2^20))", "(004^(0-20000000))<1"}) {
     Ran r = run(text);
     EXPECT_EQ(r.o.status, "Halts") << text;
     EXPECT_EQ(r.printed, "Out of memory") << text;
