@@ -4,11 +4,6 @@
 
 uint64_t tablesgeneration = 0;
 
-Defs &deftable() {
-  static Defs table;
-  return table;
-}
-
 std::set<std::string, std::less<>> &freshnames() {
   static std::set<std::string, std::less<>> names;
   return names;

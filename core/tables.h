@@ -31,7 +31,11 @@ struct Defs : std::map<std::string, CellRef, std::less<>> {
     map::clear();
   }
 };
-Defs &deftable();
+// Inline, as the machines ask for it at every call.
+inline Defs &deftable() {
+  static Defs table;
+  return table;
+}
 std::set<std::string, std::less<>> &freshnames();
 
 // Counts the resets of the tables, so that what is derived from them can tell it is stale.
