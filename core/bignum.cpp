@@ -630,6 +630,8 @@ void bigdivmod(const Limbs &a, const Limbs &b, Limbs &q, Limbs &r) {
 
 // ---- Powers, by squaring from the top bit of the exponent down.
 
+bool productroom(uint64_t bytes) { return roomfor(24 * bytes); }
+
 template <class B>
 Limbs bigpow(const Limbs &a, const Limbs &e) {
   uint64_t bits = bigbits(e);
@@ -637,7 +639,7 @@ Limbs bigpow(const Limbs &a, const Limbs &e) {
   if (a.empty()) return {};
   Limbs r = a;
   for (uint64_t i = bits - 1; i-- > 0;) {
-    if (!roomfor(productpeak * 8 * (2 * r.size() + a.size()))) return {};
+    if (!productroom(8 * (2 * r.size() + a.size()))) return {};
     r = bigmul<B>(r, r);
     if (e[i / 64] >> (i % 64) & 1) r = a.size() == 1 ? bigmulsmall<B>(r, a[0]) : bigmul<B>(r, a);
   }

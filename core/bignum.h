@@ -48,9 +48,11 @@ uint64_t bigdivsmall(Limbs &a, uint64_t d);  // in place; gives the remainder
 // and gives zero.
 template <class B>
 Limbs bigpow(const Limbs &a, const Limbs &e);
-// The bytes a long product takes at its peak, in transforms, columns and result, per byte of the
-// product: 3^(2^30), a product of 212 MB, peaks at 23 times that.
-constexpr uint64_t productpeak = 24;
+// Whether the run may take a long product (or division, or decimal conversion) of so many bytes
+// at its peak, transforms, columns and result included: 24 times the bytes, as 3^(2^30), a product
+// of 212 MB, peaks at 23 times that. A no asks the run to halt; what the caller then gives is
+// never seen.
+bool productroom(uint64_t bytes);
 
 // Binary sums, differences and products by a word on runs of words that stand elsewhere (the
 // words a number leaf keeps), so that neither operand nor result is copied. r has room for the

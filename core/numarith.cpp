@@ -152,14 +152,10 @@ std::string exactadd(const std::string &a, const std::string &b) {
 
 std::string exactsub(const std::string &a, const std::string &b) { return exactadd(a, exactneg(b)); }
 
-// Whether the run may take a product or a division of long operands of so many words, at its
-// peak: a no asks the run to halt, and the operation gives zero, which the run never shows.
-static bool longroom(size_t words) { return roomfor(productpeak * 8 * words); }
-
 std::string exactmul(const std::string &a, const std::string &b) {
   if (!hasplace(a) || !hasplace(b)) return std::string(1, '\1');
   Fixed x = fixedof(a), y = fixedof(b);
-  if (!longroom(x.m.size() + y.m.size())) return std::string(1, '\1');
+  if (!productroom(8 * (x.m.size() + y.m.size()))) return std::string(1, '\1');
   return exactof(bigmul<Bin>(x.m, y.m), x.f + y.f, x.plus == y.plus);
 }
 
@@ -171,7 +167,7 @@ std::string exactpow(const std::string &d, uint64_t e) {
   if (e == 0) return std::string(1, '\1');
   std::string r = d;
   for (; 1 < e; e /= 2) {
-    if (!roomfor(productpeak * (2 * r.size() + d.size()))) return d;
+    if (!productroom(2 * r.size() + d.size())) return d;
     r = exactmul(r, r);
     if (e % 2) r = exactmul(r, d);
   }
@@ -182,7 +178,7 @@ bool exactmod(const std::string &a, const std::string &b, std::string &r) {
   Fixed x = fixedof(a), y = fixedof(b);
   if (y.m.empty()) return false;
   align(x, y);
-  if (!longroom(x.m.size() + y.m.size())) {
+  if (!productroom(8 * (x.m.size() + y.m.size()))) {
     r = std::string(1, '\1');
     return true;
   }
@@ -290,7 +286,7 @@ CellRef intmul(const CellRef &a, const CellRef &b) {
     Numberroom r = numberroom(big.n + 1);
     return numberdone(r, minus, binmulword(r.w, big.w, big.n, (x.n == 1 ? x : y).w[0]));
   }
-  if (!longroom(x.n + y.n)) return wordsleaf(false, Limbs{});
+  if (!productroom(8 * (x.n + y.n))) return wordsleaf(false, Limbs{});
   return wordsleaf(minus, bigmul<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n)));
 }
 
@@ -311,7 +307,7 @@ CellRef intdiv(const CellRef &a, const CellRef &b) {
     return numberdone(r, differ, n);
   }
   Limbs q, rest;
-  if (!longroom(x.n + y.n)) return wordsleaf(false, Limbs{});
+  if (!productroom(8 * (x.n + y.n))) return wordsleaf(false, Limbs{});
   bigdivmod<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n), q, rest);
   if (differ && !rest.empty()) q = bigaddsmall<Bin>(q, 1);
   return wordsleaf(differ, q);
@@ -328,7 +324,7 @@ CellRef intmod(const CellRef &a, const CellRef &b) {
     uint64_t rest = bindivword(nullptr, x.w, x.n, y.w[0]);
     if (rest) r.push_back(rest);
   } else {
-    if (!longroom(x.n + y.n)) return wordsleaf(false, Limbs{});
+    if (!productroom(8 * (x.n + y.n))) return wordsleaf(false, Limbs{});
     bigdivmod<Bin>(Limbs(x.w, x.w + x.n), Limbs(y.w, y.w + y.n), q, r);
   }
   if (!r.empty() && x.minus != y.minus) r = bigsub<Bin>(Limbs(y.w, y.w + y.n), r);

@@ -325,7 +325,7 @@ CellRef numbpow(const CellRef &a, const CellRef &b) {
     if (bitsused(listbits(magnitude(e))) - 2 >= 61) return leaf("Z");
     int64_t n = toword(e), at = n >= 0 ? 2 * n + 1 : -2 * n;
     // its one place and the zeros of its digits below it; a run halted for memory never sees the Z
-    if (!roomfor(productpeak * ((uint64_t)at / 8))) return leaf("Z");
+    if (!productroom((uint64_t)at / 8)) return leaf("Z");
     std::string d(1, '\1');
     setbit(at, 1, d);
     return bitsexact(d);

@@ -7,7 +7,6 @@
 
 #include "core/base.h"
 #include "core/data.h"
-#include "core/halt.h"
 #include "core/nat.h"
 #include "core/number.h"
 #include "lang/analysis.h"
@@ -311,13 +310,6 @@ CellRef tolmlord(CellRef app) {
   return leaf("Z");
 }
 
-// The list of a number's bits, two pairs for each bit, made in one call: one past the memory limit
-// halts the run before it is begun, as no step of the machine comes between its cells.
-CellRef bitsaslist(const std::string &n) {
-  if (!roomfor(16 * sizeof(Cell) * n.size())) return leaf("Z");
-  return bitlist(n);
-}
-
 CellRef tolmlots(CellRef app) {
   CellRef x = arg(app, 1, 0);
   switch (numclass(x)) {
@@ -330,9 +322,9 @@ CellRef tolmlots(CellRef app) {
     }
     case 'i':
     case 'o':
-      return bitsaslist(listbits(x));
+      return bitlist(listbits(x));
     case 'a':
-      return bitsaslist(blobbytes(x) + '\1');  // a top bit above all bytes keeps the zero bytes
+      return bitlist(blobbytes(x) + '\1');  // a top bit above all bytes keeps the zero bytes
     case 'u':
       return datalist(x);
   }
