@@ -299,6 +299,13 @@ Outcome textcheck() {
   return checks(scope);
 }
 
+// A stopped run leaves nothing behind: what its constants held is given back now.
+static Outcome halted() {
+  Outcome o = fails("", "Halts", haltmessage(runhalt));
+  tablesreset();
+  return o;
+}
+
 Outcome textrun() {
   Defs &defs = deftable();
   auto main = defs.find("_");
@@ -306,12 +313,7 @@ Outcome textrun() {
   Outcome o = textcheck();
   if (failed(o)) return o;
   CellRef r = evaluate(defs.at(""));
-  if (runhalt) {
-    // A stopped run leaves nothing behind: what its constants held is given back now.
-    Outcome halted = fails("", "Halts", haltmessage(runhalt));
-    tablesreset();
-    return halted;
-  }
+  if (runhalt) return halted();
   unsigned char h = cellhead(r);
   std::string n = h ? celltext(r).substr(1) : "";
   if (h == ')') return fails(n, "Cycle", "Cycle detected on function [" + n + "].");
@@ -343,12 +345,11 @@ Outcome runprogram(int64_t base, const std::string &text, std::string &printed) 
     o = textload(base, text);
     if (!failed(o)) o = textrun();
   } catch (const Overrun &) {
-    // What the unwinding gave back is gone; the tables, the names of loads in progress and the
-    // interned terms go with the rest, as after any halted run.
-    o = fails("", "Halts", haltmessage(haltmemory));
-    tablesreset();
+    // The throw set the flag for memory. The names of loads in progress and the terms interned
+    // so far go too, since the unwinding may have left either half made.
     loadednames().clear();
     keepset() = Keep();
+    o = halted();
   }
   printed = failed(o) ? o.message : termprint(textresult());
   return o;
