@@ -570,8 +570,12 @@ bool quickly(Run &run, const Code *code, CellRef &e, const Ins &in, uint32_t &pc
   if (!operate(code, in, stack[n - 2], stack[n - 1], pc, r)) return builtin(run, code, e, in);
   celldec(stack[n - 1]);
   celldec(stack[n - 2]);
-  stack.resize(n - 2);
-  if (r) stack.push_back(r);
+  if (r) {
+    stack[n - 2] = r;
+    stack.pop_back();
+  } else {
+    stack.resize(n - 2);
+  }
   return true;
 }
 
