@@ -186,13 +186,14 @@ TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
 // one bit, is refused before the bit's bytes are asked of the heap.
 TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
   uint64_t limit = memorylimit;
-  memorylimit = memoryheld() + (16 << 20);
   for (const char *text : {"(3^(2^23))%10", "(007^(2^22))<1", "004^(2^40)", "V 1 (2+(7^(2^26)))",
                            "strlen ([ab]*5000000)", "strlen ((init [ab])*5000000)",
                            // operands that fit, whose product, quotient or digits would not
                            "(x\\(x*x)%10) (3^(2^21))", "(x\\(x/(3^(2^20)+1))%10) (5^(2^21))",
                            "(x\\(x%(3^(2^20)+1))%10) (5^(2^21))", "(x\\(x*x)<1) (007^(2^20))",
                            "(x\\(x%(x-1))<1) (007^(2^20))", "(004^(0-20000000))<1"}) {
+    preludeload();  // each program against the same room, whatever the one before it left
+    memorylimit = memoryheld() + (16 << 20);
     Ran r = run(text);
     EXPECT_EQ(r.o.status, "Halts") << text;
     EXPECT_EQ(r.printed, "Out of memory") << text;
