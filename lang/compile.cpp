@@ -168,20 +168,33 @@ void Compiler::apply(const Item &head, const Items &items, size_t from, bool tai
   }
   if (!head.t) return dynamic(head.slot, items, from, tail);
   Cell *t = head.t;
-  if (shapeof(t) == 'u' && bind(Item{t->left->right}, items[from], Item{t->right}, items, from + 1, tail)) return;
-  applyterm(t, items, from, tail);
+  depth++;
+  if (shapeof(t) != 'u' || !bind(Item{t->left->right}, items[from], Item{t->right}, items, from + 1, tail))
+    applyterm(t, items, from, tail);
+  depth--;
 }
 
 // A term applied to items[from..], both as one spine: a variable at its head goes by the shape of
 // its value, a name by what the name is. Anything else is evaluated by the machine, with the
-// items waiting in argument frames as it keeps them.
+// items waiting in argument frames as it keeps them. So is a spine of more than spinemost items,
+// or one met deeper than the nesting limit: each level of the walk copies its items, and a text
+// of a long chain such as I I I ... K would otherwise take time and memory in its square. The
+// bound also keeps the count of extra arguments within an instruction's n.
 void Compiler::applyterm(Cell *t, const Items &items, size_t from, bool tail) {
-  Items all;
+  constexpr size_t spinemost = 255;
+  bool alone = from >= items.size();
+  size_t count = items.size() - std::min(from, items.size());
   Cell *h = t;
-  for (; !isleafcell(h) && !isdata(h); h = h->left) all.push_back(Item{h->right});
+  for (; !isleafcell(h) && !isdata(h) && count <= spinemost; h = h->left) count++;
+  if (count > spinemost || depth >= 200) {
+    if (!alone) return framed(Item{t}, items, from, tail);
+    term(t);
+    return finish(tail);
+  }
+  Items all;
+  for (h = t; !isleafcell(h) && !isdata(h); h = h->left) all.push_back(Item{h->right});
   std::reverse(all.begin(), all.end());
   all.insert(all.end(), items.begin() + (long)from, items.end());
-  bool alone = from >= items.size();
   if (isleafcell(h) && vars(h)) return dynamic(env[headbyte(h) - 'a'], all, 0, tail);
   if (spine(h, all, alone ? t : nullptr, tail)) return;
   if (!alone) return framed(Item{t}, items, from, tail);
@@ -197,10 +210,11 @@ bool Compiler::plain(const Item &i) {
 
 // The items wait in argument frames while the head is evaluated in their sight. A slot's value
 // applied gets its leading items that need no evaluation as values instead, so that a known
-// abstraction's code can take them without the frames; the rest wait above it all the same.
+// abstraction's code can take them without the frames; the rest wait above it all the same. The
+// values are counted in an instruction's n, so at most 255 of them.
 void Compiler::framed(const Item &head, const Items &items, size_t from, bool tail) {
   size_t plainend = from;
-  while (!head.t && plainend < items.size() && plain(items[plainend])) plainend++;
+  while (!head.t && plainend < items.size() && plainend - from < 255 && plain(items[plainend])) plainend++;
   bool rest = plainend < items.size();
   bool nested = !tail && (plainend == from || rest);
   size_t resume = nested ? emit(Op::resume) : 0;

@@ -1,6 +1,7 @@
 // The fast machine against the literal one: random programs on fixed seeds, and hand-made ones
 // for the places where a short cut could tell itself apart, must print, fail and write alike.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "tests/lang/progen.h"
 #include "tests/support.h"
@@ -148,4 +149,48 @@ TEST(Differential, OperatorsReadTheirOperandsInPlace) {
            "co 300,co\\n\\(n<2)0((pr n 2)+co(n-1)),pr\\n\\d\\(d*d>n)1((n%d=0)0(pr n (d+1)))",
        })
     expectalike(program, out);
+}
+
+// A long spine, such as a chain of selectors in the text, is compiled in time and memory that
+// grow with its length: past a bound the rest is left to the machine, and both machines agree on
+// either side of it. A compiler that copied the spine at each of its levels took gigabytes for a
+// chain of twenty thousand, and one that counted a value's 256 arguments in a byte gave it none.
+TEST(Differential, LongSpinesCompileInTheirLength) {
+  std::string out = scratchdir() + "out";
+  auto times = [](const char *part, int n) {
+    std::string s;
+    for (int i = 0; i < n; i++) s += part;
+    return s;
+  };
+  for (int n : {254, 255, 256, 600}) {
+    expectalike(times("I ", n) + "K", out);
+    expectalike("gg 3 4,gg\\x\\y\\" + times("I ", n) + "(x+1) y", out);
+    expectalike("gg 3 4,gg\\x\\y\\" + times("K I ", n / 2) + "(V x y) [a] [b]", out);
+    expectalike("gg 3 4,gg\\x\\y\\" + times("H ", n) + "x y", out);
+    expectalike("gg (V 3 4),gg\\p\\p " + times("I ", n) + "(a\\b\\a+b)", out);
+    expectalike("gg (a\\a),gg\\p\\p " + times("I ", n) + "K", out);  // all wait for the value
+  }
+  // two pairs taken apart in turn leave 256 values for the last one
+  expectalike("gg (V (V 1 2) (x\\y\\z\\x)),gg\\p\\p (a\\a) " + times("I ", 253) + "K", out);
+  // a spine as deep as the text nests, each level as long as the one above it
+  expectalike(times("I (", 100000) + "K" + times(")", 100000) + " [b] [c]", out);
+  // the most memory either machine's run of a long chain takes, in kilobytes, measured from a
+  // child of the test's own whose only child is the run
+  std::string path = out + ".chain";
+  writefile(path, times("I ", 200000) + "K");
+  auto peak = [&](bool reference) {
+    Child run = runchild([&] {
+      std::string command = std::string(TOLMRUN_BIN) + (reference ? " --reference " : " ") + path;
+      int status = system((command + " >/dev/null").c_str());
+      rusage used;
+      getrusage(RUSAGE_CHILDREN, &used);
+      printf("%d %ld", status, used.ru_maxrss);
+    });
+    int status = -1;
+    long kb = 0;
+    sscanf(run.out.c_str(), "%d %ld", &status, &kb);
+    EXPECT_EQ(status, 0) << reference;
+    return kb;
+  };
+  EXPECT_LT(peak(false), 2 * peak(true));
 }
