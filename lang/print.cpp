@@ -3,11 +3,13 @@
 // that long lists print in time proportional to their text and without native recursion.
 #include "lang/print.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "core/halt.h"
 #include "core/number.h"
 #include "lang/analysis.h"
 
@@ -81,7 +83,7 @@ Shape textshape(const std::string &t) {
 using Shapes = std::unordered_map<Cell *, Shape>;
 
 // The shape of a pair from the shapes of its two prints, by the first rule that applies.
-Shape pairshape(const Shape &l, const Shape &r) {
+Shape pairparts(const Shape &l, const Shape &r) {
   if (l.first == '(' && l.second != ')')
     return {l.len + r.len + 1, '(', l.second, ')', false, false, true, flat};
   must(r.first != '[' || r.closed);  // the group end of an open bracket text lies outside it
@@ -95,6 +97,17 @@ Shape pairshape(const Shape &l, const Shape &r) {
   // what joins it is one whole group, a word, a number or one byte that is no bracket.
   return {l.len + r.len, l.first, l.len > 1 ? l.second : r.first, r.last,
           l.uniform && r.uniform && cls(l.first) == cls(r.first), false, l.closed, join};
+}
+
+// Lengths stop growing here: a term that shares its parts can print to more bytes than a word
+// counts, and no such text is ever written.
+constexpr size_t lenmost = (size_t)1 << 60;
+
+// The same, its length held at lenmost.
+Shape pairshape(const Shape &l, const Shape &r) {
+  Shape s = pairparts(l, r);
+  s.len = std::min(s.len, lenmost);
+  return s;
 }
 
 void shapeall(Cell *t, Shapes &shapes) {
@@ -145,11 +158,15 @@ void emit(Cell *t, const Shapes &shapes, std::string &out) {
 
 }  // namespace
 
+// A text longer than the run may take is not written: the run is asked to halt for memory, as for
+// any other growth past the limit.
 std::string termprint(const CellRef &term) {
   Shapes shapes;
   shapeall(term.get(), shapes);
   std::string out;
-  out.reserve(shapes.at(term.get()).len);
+  size_t len = shapes.at(term.get()).len;
+  if (!roomfor(len)) return out;
+  out.reserve(len);
   emit(term.get(), shapes, out);
   return out;
 }

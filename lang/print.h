@@ -5,4 +5,6 @@
 
 #include "core/cell.h"
 
+// The text of a term; empty, with a halt asked for, when the run may not hold it (no text of a
+// term is empty).
 std::string termprint(const CellRef &term);

@@ -351,6 +351,15 @@ Outcome runprogram(int64_t base, const std::string &text, std::string &printed) 
     keepset() = Keep();
     o = halted();
   }
-  printed = failed(o) ? o.message : termprint(textresult());
+  if (failed(o)) {
+    printed = o.message;
+    return o;
+  }
+  // An empty print: the result's text was more than the run may hold, and the run halts.
+  printed = termprint(textresult());
+  if (printed.empty()) {
+    o = halted();
+    printed = o.message;
+  }
   return o;
 }
