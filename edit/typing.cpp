@@ -1,6 +1,7 @@
 // The editing commands: typing in three alphabets, Backspace and Delete, overtype, kill and the
 // two pastes, and the Taps prompt that inserts one byte many times. All but C-y go through the log.
 #include "core/base.h"
+#include "core/halt.h"
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
@@ -119,6 +120,18 @@ void tolmdocspace() {
   });
 }
 
+// Whether the count of a Taps prompt is one the editor can hold: a quarter of the memory a run may
+// take, since an insertion, its undo and its redo hold the bytes about three times over. A larger
+// count would end the editor, or have the system end it with no copy kept.
+static bool tapsfit(const std::string &digits) {
+  uint64_t n = 0;
+  for (char c : digits) {
+    if (n > memorylimit / 40) return false;
+    n = n * 10 + (uint64_t)(c - '0');
+  }
+  return n <= memorylimit / 4;
+}
+
 void tolmdomt() {
   std::string key = modekey("M-t", [] { paintdoc("Taps"); });
   unsigned char b = key.size() == 1 ? (unsigned char)key[0] : 0;
@@ -137,6 +150,7 @@ void tolmdomt() {
     toendkeep(promptline);
     repaint();
   } else if (b == '\n' || b >= 32) {
+    if (!tapsfit(textof(promptline))) return bell();  // the count waits to be mended
     logtaps(textof(promptline), b);
     leavemode();
   } else {

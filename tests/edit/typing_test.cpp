@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "core/file.h"
+#include "core/halt.h"
 #include "tests/edit/edittest.h"
 
 using Typing = EditorTest<20, 6>;
@@ -80,6 +81,19 @@ TEST_F(Typing, TapsInsertsOneByteManyTimes) {
   press("q");  // no count: a record that inserts nothing
   typetext("\x1f\x1f\x1f");
   EXPECT_EQ(textof(d), "ab");
+  // A count past what the editor may hold, or past any word, rings and waits to be mended.
+  uint64_t limit = memorylimit;
+  memorylimit = 4000;
+  typetext("\x1bt1001");
+  EXPECT_TRUE(rings("x"));
+  EXPECT_EQ(keys, "\x1bt");
+  typetext("\x7f\x7fx");
+  EXPECT_EQ(textof(d), "a" + std::string(10, 'x') + "b");
+  typetext("\x1bt18446744073709551621");  // 2^64 + 5
+  EXPECT_TRUE(rings("x"));
+  typetext(std::string(19, '\x7f') + "x");
+  EXPECT_EQ(textof(d), "a" + std::string(11, 'x') + "b");
+  memorylimit = limit;
 }
 
 // C-w rewrites the file in place, so a hard link still shares it, and rings on a clean one; the
