@@ -142,11 +142,27 @@ size_t waitingcount(size_t floor, size_t want) {
 // Thrown out of a run whose halt was asked for; the run's Floor puts its frames back.
 struct Halted {};
 
+// The bytes the machine's own stacks take. They count with what terms hold against the memory
+// limit: a deep recursion grows them faster than it makes cells.
+uint64_t stackbytes() {
+  return frames.capacity() * sizeof(Frame) + (stack.capacity() + captures.capacity()) * sizeof(Cell *);
+}
+
+// Frames past which the machine asks for room again, every 4096 more. The values and the kept
+// values of deferred frames grow with the frames they belong to.
+size_t stackcheck = 0;
+
+[[gnu::noinline]] void stackroom() {
+  roomfor(stackbytes());
+  stackcheck = frames.size() + 4096;
+}
+
 // The one place where the machine's work is bounded: a halt asked for by the interrupt or the
-// memory limit (core/halt.h), and the fuzz build's budget of steps, whose keeper may end the
-// input by an exception.
+// memory limit (core/halt.h), the room its stacks take, and the fuzz build's budget of steps,
+// whose keeper may end the input by an exception.
 void counted() {
   machinesteps++;
+  if (frames.size() > stackcheck) stackroom();
   if (runhalt) throw Halted{};
 #ifdef TOLM_FUZZ
   if (machinesteps >= stepbudget) budgetspent();
@@ -881,10 +897,21 @@ static CellRef fastloop(CellRef term) {
   }
 }
 
+// Once the outermost run is over, stacks that a deep recursion grew give their room back.
+static void stacksgiveback() {
+  if (!frames.empty() || stackbytes() < (8u << 20)) return;
+  frames.shrink_to_fit();
+  stack.shrink_to_fit();
+  captures.shrink_to_fit();
+}
+
 CellRef fastrun(CellRef term) {
+  stackcheck = 0;
+  CellRef r = leaves().Z;
   try {
-    return fastloop(std::move(term));
+    r = fastloop(std::move(term));
   } catch (const Halted &) {
-    return leaves().Z;
   }
+  stacksgiveback();
+  return r;
 }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -80,6 +81,19 @@ static Child collect(const std::function<void()> &fn, const std::string &command
 
 Child runchild(const std::function<void()> &fn) { return collect(fn, ""); }
 Child runcommand(const std::string &command) { return collect(nullptr, command); }
+
+long peakkb(const std::string &command, int &status) {
+  Child run = runchild([&] {
+    int s = system((command + " >/dev/null 2>&1").c_str());
+    rusage used;
+    getrusage(RUSAGE_CHILDREN, &used);
+    printf("%d %ld", WIFEXITED(s) ? WEXITSTATUS(s) : 128 + WTERMSIG(s), used.ru_maxrss);
+  });
+  long kb = 0;
+  status = -1;
+  sscanf(run.out.c_str(), "%d %ld", &status, &kb);
+  return kb;
+}
 
 void interruptafter(int ms) {
   struct sigaction sa = {};

@@ -17,6 +17,9 @@ struct Child {
 // Runs fn in a forked child, or a command line when fn is empty, and collects what it wrote.
 Child runchild(const std::function<void()> &fn);
 Child runcommand(const std::string &command);
+// The most memory a shell command took, in kilobytes, with its exit status: measured from a child
+// of the test's own whose only child is the command, so that nothing else the test ran counts.
+long peakkb(const std::string &command, int &status);
 
 // Sets the flag that halts a run after ms milliseconds, as the editor's interrupt key does: from a
 // handler installed without SA_RESTART, so that a blocking call returns with EINTR. Whoever runs
