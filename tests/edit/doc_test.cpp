@@ -135,24 +135,24 @@ TEST_F(Docs, EditsFarApartInOneWindowUndoAndSave) {
   writefile(path, text);
   Doc &d = opendoc(path, text);
   Meaning m{text, text, 0};
-  auto keys = [&](int64_t p, const std::string &k, const std::string &what) {
+  auto typed = [&](int64_t p, const std::string &k, const std::string &what) {
     moveto(d, p);
     typetext(k);
     m.point = d.point;
     agree(d, m, true, what);
   };
-  m.text.insert(5, "xy"), keys(5, "xy", "typed at the start");
-  m.text.insert(2900, "z"), keys(2900, "z", "typed near the end");
-  m.text.erase(1498, 2), keys(1500, "\x7f\x7f", "deleted in the middle");
-  m.text.replace(1497, 3, "QRS"), keys(1497, "\x18QRS\x18", "overtyped over the middle seam");
-  m.text.erase(2900, 2), keys(2901, "\x7f\x1c", "deleted both ways at the end");
-  m.text.erase(3, m.text.find('\n', 3) - 3), keys(3, "\x0b", "killed at the start");
+  m.text.insert(5, "xy"), typed(5, "xy", "typed at the start");
+  m.text.insert(2900, "z"), typed(2900, "z", "typed near the end");
+  m.text.erase(1498, 2), typed(1500, "\x7f\x7f", "deleted in the middle");
+  m.text.replace(1497, 3, "QRS"), typed(1497, "\x18QRS\x18", "overtyped over the middle seam");
+  m.text.erase(2900, 2), typed(2901, "\x7f\x1c", "deleted both ways at the end");
+  m.text.erase(3, m.text.find('\n', 3) - 3), typed(3, "\x0b", "killed at the start");
   ASSERT_FALSE(HasFatalFailure());
   press("\x17");
   EXPECT_EQ(fileread(path), m.text);
   m.saved = m.text;
-  m.text.insert(0, "s"), keys(0, "s", "typed at the start after the save");
-  m.text += "e", keys((int64_t)m.text.size() - 1, "e", "typed at the end after the save");
+  m.text.insert(0, "s"), typed(0, "s", "typed at the start after the save");
+  m.text += "e", typed((int64_t)m.text.size() - 1, "e", "typed at the end after the save");
   while (canundo()) press("\x1f");
   m.text = text, m.point = d.point;
   agree(d, m, true, "all undone");
