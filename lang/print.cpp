@@ -83,7 +83,7 @@ Shape textshape(const std::string &t) {
 using Shapes = std::unordered_map<Cell *, Shape>;
 
 // The shape of a pair from the shapes of its two prints, by the first rule that applies.
-Shape pairparts(const Shape &l, const Shape &r) {
+Shape pairshape(const Shape &l, const Shape &r) {
   if (l.first == '(' && l.second != ')')
     return {l.len + r.len + 1, '(', l.second, ')', false, false, true, flat};
   must(r.first != '[' || r.closed);  // the group end of an open bracket text lies outside it
@@ -103,13 +103,6 @@ Shape pairparts(const Shape &l, const Shape &r) {
 // counts, and no such text is ever written.
 constexpr size_t lenmost = (size_t)1 << 60;
 
-// The same, its length held at lenmost.
-Shape pairshape(const Shape &l, const Shape &r) {
-  Shape s = pairparts(l, r);
-  s.len = std::min(s.len, lenmost);
-  return s;
-}
-
 void shapeall(Cell *t, Shapes &shapes) {
   std::vector<Cell *> todo{t};
   while (!todo.empty()) {
@@ -120,7 +113,9 @@ void shapeall(Cell *t, Shapes &shapes) {
       shapes.emplace(c, textshape(leaftext(c)));
       todo.pop_back();
     } else if (shapes.count(c->left) && shapes.count(c->right)) {
-      shapes.emplace(c, pairshape(shapes.at(c->left), shapes.at(c->right)));
+      Shape s = pairshape(shapes.at(c->left), shapes.at(c->right));
+      s.len = std::min(s.len, lenmost);
+      shapes.emplace(c, s);
       todo.pop_back();
     } else {
       todo.push_back(c->right);
