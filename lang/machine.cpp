@@ -897,9 +897,10 @@ static CellRef fastloop(CellRef term) {
   }
 }
 
-// Once the outermost run is over, stacks that a deep recursion grew give their room back.
+// Once the outermost run is over, stacks that a deep recursion grew past a sixteenth of the memory
+// limit give their room back; smaller ones are kept, since growing them again costs each run.
 static void stacksgiveback() {
-  if (!frames.empty() || stackbytes() < (8u << 20)) return;
+  if (!frames.empty() || stackbytes() < memorylimit / 16) return;
   frames.shrink_to_fit();
   stack.shrink_to_fit();
   captures.shrink_to_fit();
