@@ -187,16 +187,17 @@ TEST(Programs, HaltedRunsSayWhyAndLeaveNothing) {
 // shares its parts, whose print can be far longer than the term, past any length a word counts.
 TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
   uint64_t limit = memorylimit;
-  for (const char *text : {"(3^(2^23))%10", "(007^(2^22))<1", "004^(2^40)", "V 1 (2+(7^(2^26)))",
-                           "strlen ([ab]*5000000)", "strlen ((init [ab])*5000000)",
-                           // operands that fit, whose product, quotient or digits would not
-                           "(x\\(x*x)%10) (3^(2^21))", "(x\\(x/(3^(2^20)+1))%10) (5^(2^21))",
-                           "(x\\(x%(3^(2^20)+1))%10) (5^(2^21))", "(x\\(x*x)<1) (007^(2^20))",
-                           "(x\\(x%(x-1))<1) (007^(2^20))", "(004^(0-20000000))<1",
-                           // a result whose parts are shared prints to more than the run may hold
-                           "go 28 K,go\\n\\a\\(n=0)a(go (n-1) (V a a))", "go 100 K,go\\n\\a\\(n=0)a(go (n-1) (V a a))",
-                           "strlen (lisp (go 28 K)),go\\n\\a\\(n=0)a(go (n-1) (V a a))",
-                           "V (go 62 K) K,go\\n\\a\\(n=0)a(go (n-1) (V a a))"}) {  // 2^64 + 1 bytes
+  const std::string go = ",go\\n\\a\\(n=0)a(go (n-1) (V a a))";  // n doublings of a, each shared
+  const std::string texts[] = {"(3^(2^23))%10", "(007^(2^22))<1", "004^(2^40)", "V 1 (2+(7^(2^26)))",
+                               "strlen ([ab]*5000000)", "strlen ((init [ab])*5000000)",
+                               // operands that fit, whose product, quotient or digits would not
+                               "(x\\(x*x)%10) (3^(2^21))", "(x\\(x/(3^(2^20)+1))%10) (5^(2^21))",
+                               "(x\\(x%(3^(2^20)+1))%10) (5^(2^21))", "(x\\(x*x)<1) (007^(2^20))",
+                               "(x\\(x%(x-1))<1) (007^(2^20))", "(004^(0-20000000))<1",
+                               // a result whose parts are shared prints to more than the run may hold
+                               "go 28 K" + go, "go 100 K" + go, "strlen (lisp (go 28 K))" + go,
+                               "V (go 62 K) K" + go};  // the last 2^64 + 1 bytes
+  for (const std::string &text : texts) {
     preludeload();  // each program against the same room, whatever the one before it left
     memorylimit = memoryheld() + (16 << 20);
     Ran r = run(text);
@@ -205,7 +206,7 @@ TEST(Programs, GrowthInOneCallStopsAtTheMemoryLimit) {
     runhalt = 0;
   }
   EXPECT_EQ(run("(3^(2^16))%1000").printed, "121");  // large, but within the limit
-  EXPECT_EQ(run("go 2 K,go\\n\\a\\(n=0)a(go (n-1) (V a a))").printed, "(V VKK VKK)");
+  EXPECT_EQ(run("go 2 K" + go).printed, "(V VKK VKK)");
   // A built-in that makes cells one by one in one call, the list of a text's characters, is cut
   // short once what terms hold passes the limit by a quarter, long before it has made them all,
   // and what it had made is given back.
