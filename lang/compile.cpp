@@ -2,6 +2,7 @@
 // over the substituted body would give, with the same calls of built-ins in the same order and the
 // same cells made. What the compiler cannot follow is built as a term and left to the machine.
 #include <algorithm>
+#include <limits>
 #include <unordered_map>
 
 #include "lang/analysis.h"
@@ -16,6 +17,11 @@ struct Item {
   int slot = -1;
 };
 using Items = std::vector<Item>;
+
+// Nesting of the walk past which a term is left to the machine, against deep native recursion;
+// and the most values one instruction counts in its n.
+constexpr int deepest = 200;
+constexpr size_t mostvalues = std::numeric_limits<decltype(Ins::n)>::max();
 
 struct Compiler {
   Code &code;
@@ -143,7 +149,7 @@ void Compiler::gen(Cell *t, bool tail) {
     term(t);
   } else if (!b && isconstleaf(t)) {
     emit(Op::global, cellindex(t));
-  } else if (depth < 200 && !isleafcell(t) && !isdata(t)) {
+  } else if (depth < deepest && !isleafcell(t) && !isdata(t)) {
     applyterm(t, {}, 0, tail);
     depth--;
     return;
@@ -176,17 +182,16 @@ void Compiler::apply(const Item &head, const Items &items, size_t from, bool tai
 
 // A term applied to items[from..], both as one spine: a variable at its head goes by the shape of
 // its value, a name by what the name is. Anything else is evaluated by the machine, with the
-// items waiting in argument frames as it keeps them. So is a spine of more than spinemost items,
+// items waiting in argument frames as it keeps them. So is a spine of more than mostvalues items,
 // or one met deeper than the nesting limit: each level of the walk copies its items, and a text
 // of a long chain such as I I I ... K would otherwise take time and memory in its square. The
 // bound also keeps the count of extra arguments within an instruction's n.
 void Compiler::applyterm(Cell *t, const Items &items, size_t from, bool tail) {
-  constexpr size_t spinemost = 255;
   bool alone = from >= items.size();
   size_t count = items.size() - std::min(from, items.size());
   Cell *h = t;
-  for (; !isleafcell(h) && !isdata(h) && count <= spinemost; h = h->left) count++;
-  if (count > spinemost || depth >= 200) {
+  for (; !isleafcell(h) && !isdata(h) && count <= mostvalues; h = h->left) count++;
+  if (count > mostvalues || depth >= deepest) {
     if (!alone) return framed(Item{t}, items, from, tail);
     term(t);
     return finish(tail);
@@ -211,10 +216,10 @@ bool Compiler::plain(const Item &i) {
 // The items wait in argument frames while the head is evaluated in their sight. A slot's value
 // applied gets its leading items that need no evaluation as values instead, so that a known
 // abstraction's code can take them without the frames; the rest wait above it all the same. The
-// values are counted in an instruction's n, so at most 255 of them.
+// values are counted in an instruction's n, so at most mostvalues of them.
 void Compiler::framed(const Item &head, const Items &items, size_t from, bool tail) {
   size_t plainend = from;
-  while (!head.t && plainend < items.size() && plainend - from < 255 && plain(items[plainend])) plainend++;
+  while (!head.t && plainend < items.size() && plainend - from < mostvalues && plain(items[plainend])) plainend++;
   bool rest = plainend < items.size();
   bool nested = !tail && (plainend == from || rest);
   size_t resume = nested ? emit(Op::resume) : 0;
