@@ -907,7 +907,7 @@ static void stacksgiveback() {
 }
 
 CellRef fastrun(CellRef term) {
-  stackcheck = 0;
+  stackcheck = 0;  // the stacks are asked for at the run's first step
   CellRef r = leaves().Z;
   try {
     r = fastloop(std::move(term));
