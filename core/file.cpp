@@ -1,7 +1,9 @@
 // Whole-file helpers and the path functions.
-// The helpers assume the file opens; callers test with fileisplain, fileisdir or filereadable first.
+// fileload says when a file cannot be read; the other helpers assume it opens, and callers test
+// with fileisplain, fileisdir or filereadable first.
 #include "core/file.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -28,18 +30,35 @@ bool filereadable(const std::string &path) {
   return true;
 }
 
-std::string fileread(const std::string &path) {
-  FILE *f = fopen(path.c_str(), "r");
-  must(f != nullptr);
-  std::string text;
-  char chunk[4095];
-  for (;;) {
-    size_t n = fread(chunk, 1, sizeof chunk, f);
-    must(n <= sizeof chunk);
-    if (n == 0) break;
-    text.append(chunk, n);
+// The size is asked first, so that a file too large to hold is refused before any of it is read
+// and the text is allocated once; a file that grows while it is read is refused when it passes
+// the bound all the same. A read that fails part way gives no text, never the part before it.
+bool fileload(const std::string &path, std::string &text, uint64_t most) {
+  text.clear();
+  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  struct stat st;
+  bool ok = fstat(fd, &st) == 0 && (uint64_t)st.st_size <= most;
+  if (ok) text.reserve((size_t)st.st_size);
+  char chunk[65536];
+  while (ok) {
+    ssize_t n = read(fd, chunk, sizeof chunk);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      ok = n == 0;
+      break;
+    }
+    ok = text.size() + (size_t)n <= most;
+    if (ok) text.append(chunk, (size_t)n);
   }
-  must(fclose(f) == 0);
+  close(fd);
+  if (!ok) std::string().swap(text);
+  return ok;
+}
+
+std::string fileread(const std::string &path) {
+  std::string text;
+  must(fileload(path, text, ~0ull));
   return text;
 }
 

@@ -1,6 +1,7 @@
 // Whole-file helpers and the path functions over "/"-separated byte strings.
 // Files are read and written whole, in place; paths are absolute once normalised.
 #pragma once
+#include <cstdint>
 #include <string>
 
 // The two directories the entry point sets; each ends in "/".
@@ -9,6 +10,9 @@ extern std::string homedir, workdir;
 bool fileisdir(const std::string &path);
 bool fileisplain(const std::string &path);
 bool filereadable(const std::string &path);
+// The whole file into text, or false with text empty: it cannot be opened, a read fails, or it
+// holds more than most bytes. fileread is the same for a file its caller knows can be read.
+bool fileload(const std::string &path, std::string &text, uint64_t most);
 std::string fileread(const std::string &path);
 void filewrite(const std::string &path, const std::string &text);
 void fileappend(const std::string &path, const std::string &text);

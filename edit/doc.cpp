@@ -12,10 +12,10 @@
 
 // Reading.
 
-Doc newdoc(const std::string &text) {
+Doc newdoc(std::string text) {
   Doc d;
-  d.saved = text;
   d.window[0].at = (int64_t)text.size();
+  d.saved = std::move(text);  // a file's text is held once, not copied
   return d;
 }
 

@@ -33,7 +33,7 @@ struct Doc {
 
 // Reading. None of these changes anything.
 
-Doc newdoc(const std::string &text);
+Doc newdoc(std::string text);
 int64_t headlen(const Doc &d);
 int64_t taillen(const Doc &d);
 int64_t waslen(const Doc &d);

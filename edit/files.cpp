@@ -10,6 +10,7 @@
 
 #include "core/base.h"
 #include "core/file.h"
+#include "core/halt.h"
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
@@ -235,7 +236,8 @@ static bool backspace(const Picker &p) {
 }
 
 // Enter in Open: a document already loaded is switched to, with its unsaved changes; a regular
-// file is loaded; a directory is listed. A file that cannot be read rings the bell and stays.
+// file is loaded; a directory is listed. A file that cannot be read, or that is larger than the
+// memory limit, rings the bell and stays: reading it would end the session for want of memory.
 static void openenter() {
   std::string p = textof(promptline);
   std::string name = p.empty() || p.ends_with("/") ? "" : normalpath(p);
@@ -245,11 +247,12 @@ static void openenter() {
     return;
   }
   if (!name.empty() && fileisplain(name)) {
-    if (!filereadable(name)) {
+    std::string text;
+    if (!fileload(name, text, memorylimit)) {
       bell();
       return;
     }
-    Doc d = newdoc(fileread(name));
+    Doc d = newdoc(std::move(text));
     openlog(name);
     docs[name] = std::move(d);
     switchdoc(name);

@@ -62,11 +62,9 @@ int main(int argc, char **argv) {
       perror("tolmrun: standard input");
       return 2;
     }
-  } else if (!fileisplain(name) || !filereadable(name)) {
+  } else if (!fileisplain(name) || !fileload(name, text, memorylimit)) {
     fprintf(stderr, "tolmrun: cannot read %s\n", name.c_str());
     return 2;
-  } else {
-    text = fileread(name);
   }
   std::string printed;
   Outcome o = runprogram(0, text, printed);

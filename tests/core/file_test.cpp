@@ -28,6 +28,27 @@ TEST(Files, BytesRoundTripWholeAndAppend) {
   EXPECT_EQ(fileread(dir + "log"), "one\ntwo\n");
 }
 
+// fileload gives a file whole or nothing: never a text that only looks like the file.
+TEST(Files, LoadRefusesWhatItCannotHoldWhole) {
+  std::string dir = scratchdir(), text = "stale", big(200000, 'b');
+  big[0] = 13, big[1] = 10;
+  filewrite(dir + "big", big);
+  EXPECT_TRUE(fileload(dir + "big", text, big.size()));  // several reads, up to the bound exactly
+  EXPECT_EQ(text, big);
+  EXPECT_FALSE(fileload(dir + "big", text, big.size() - 1));
+  EXPECT_EQ(text, "");
+  text = "stale";
+  EXPECT_FALSE(fileload(dir + "missing", text, 100));
+  EXPECT_EQ(text, "");
+  text = "stale";
+  EXPECT_FALSE(fileload(dir, text, 100));  // a directory opens, but its reads fail
+  EXPECT_EQ(text, "");
+  // A kernel file says it holds 0 bytes and then gives more: the bound holds while it is read.
+  EXPECT_FALSE(fileload("/proc/self/maps", text, 10));
+  EXPECT_TRUE(fileload("/proc/self/maps", text, 1 << 20));
+  EXPECT_NE(text.find("["), std::string::npos);
+}
+
 class Paths : public ::testing::Test {
  protected:
   void SetUp() override {

@@ -8,6 +8,7 @@
 #include <csignal>
 
 #include "core/file.h"
+#include "core/halt.h"
 #include "edit/files.h"
 #include "tests/edit/edittest.h"
 #include "tests/vterm.h"
@@ -91,6 +92,15 @@ TEST_F(Pickers, OpenTypesCompletesAndWalksDirectories) {
     EXPECT_TRUE(rings("\n"));
     EXPECT_EQ(keys, "\x1bo");
   }
+  // A file larger than the memory limit would end the session for want of memory: refused alike.
+  uint64_t limit = memorylimit;
+  memorylimit = 8;
+  writefile(dir + "bulky", "0123456789");
+  ask(dir + "bulky");
+  EXPECT_TRUE(rings("\n"));
+  EXPECT_EQ(keys, "\x1bo");
+  EXPECT_FALSE(docs.count(dir + "bulky"));
+  memorylimit = limit;
   ask(dir + "alps");
   press("\n");  // loaded already: the document in memory, with its change
   EXPECT_EQ(textof(cur()), "Xmountains");
