@@ -12,7 +12,7 @@ void tolmdocf();      // C-f, Right: forward one byte
 void tolmdocg();      // C-g: only the bell; in a mode, the mode's own C-g leaves it
 void tolmdoch();      // C-h: the title row's line back to its first byte
 void tolmdock();      // C-k: kill to the end of the line, gathering, or kill the selection
-void tolmdocl();      // C-l: the point's row to the middle of the screen
+void tolmdocl();      // C-l: the point's row to the middle of the screen, and the whole screen drawn again
 void tolmdocn();      // C-n, Down: to the next screen row, in the same column where it can
 void tolmdocp();      // C-p, Up: to the previous screen row
 void tolmdocr();      // C-r: redo, which takes back the last undo

@@ -21,6 +21,10 @@ uint16_t *newplane() { return cells.data() + (flipped ? width * height : 0); }
 
 static uint16_t *oldplane() { return cells.data() + (flipped ? 0 : width * height); }
 
+// The plane of what the terminal shows is taken as unknown, as after a resize, so that the next
+// paint writes every cell: output of a program's own, or of a command it started, goes away.
+void screenforget() { std::fill(oldplane(), oldplane() + width * height, 0); }
+
 int kinkdigit(int n) { return (int)((kink >> (4 * n)) & 15); }
 
 // The bit of digit 12 for the state of the current document: clean or changed, and inserting or

@@ -26,3 +26,4 @@ void flushcells(int64_t col, int64_t row);
 std::string showkink();
 void newkink();
 void screenresize();
+void screenforget();

@@ -47,9 +47,12 @@ void tolmdocf() {
   });
 }
 
+// C-l also draws the whole screen again, as the key does in other terminal programs: what a
+// program wrote to the terminal while it ran stays on the screen until then.
 void tolmdocl() {
   plain("C-l", [] {
     recentre(cur(), false);
+    screenforget();
     return true;
   });
 }

@@ -128,6 +128,27 @@ TEST_F(Screen, ARepaintWritesOnlyWhatChanged) {
   EXPECT_EQ(testscreen, "\x1b[0m\x1b[4;7H\x1b[4m\x1b[92m\x1b[40m?");
 }
 
+// Bytes that reached the terminal past the painter, as a program's own output does, stay until
+// C-l draws every cell again, in Mark mode as well.
+TEST_F(Screen, ControlLDrawsOverWhatOthersWrote) {
+  opendoc("/r", "one\ntwo\nthree");
+  repaint();
+  show();
+  std::vector<std::string> rows;
+  for (int r = 0; r < h; r++) rows.push_back(term.row(r));
+  for (const char *keys : {"\x0c", "\x1bj\x0c"}) {
+    term.feed("\x1b[2;1Hscribbled\r\n\r\n\r\n\r\n\r\n\r\n\r\n\r\nscrolled");
+    press("\x02");  // a move the painter sees as one cell at most
+    press("\x06");
+    show();
+    EXPECT_NE(term.row(1), rows[1]);
+    press(keys);
+    show();
+    for (int r = 1; r < h; r++) EXPECT_EQ(term.row(r), rows[(size_t)r]) << keys << r;
+    press("\x07");
+  }
+}
+
 // The text rows as the painter's rules build them, one position at a time with cellfor and
 // blankfor; the cursor comes back in ccol and crow.
 static std::vector<uint16_t> modelplane(int64_t &ccol, int64_t &crow) {
