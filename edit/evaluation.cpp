@@ -35,6 +35,7 @@ static void evalrun() {
   std::string printed;
   Outcome o = runprogram(offset, program, printed);
   runclose();
+  consoleagain();
   if (o.status == "Halts") mark = marked;
   setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
   if (o.where != -1) {

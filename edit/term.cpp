@@ -33,7 +33,7 @@ void flushout() {
   screenout.clear();
 }
 
-static termios original;
+static termios original, editing;
 static bool modeset = false;
 static int winchpipe[2] = {-1, -1};
 
@@ -51,7 +51,8 @@ static void winch(int) {
 
 void consolemode() {
   must(tcgetattr(0, &original) == 0);
-  termios raw = original;
+  termios &raw = editing;
+  raw = original;
   raw.c_lflag &= ~(tcflag_t)(ICANON | ECHO);
   raw.c_iflag &= ~(tcflag_t)IXON;
   raw.c_cc[VSUSP] = _POSIX_VDISABLE;
@@ -65,6 +66,10 @@ void consolemode() {
   must(pipe(winchpipe) == 0);
   fcntl(winchpipe[1], F_SETFL, O_NONBLOCK);
   signal(SIGWINCH, winch);
+}
+
+void consoleagain() {
+  if (modeset) tcsetattr(0, TCSANOW, &editing);
 }
 
 void windowsize(int64_t &w, int64_t &h) {

@@ -16,6 +16,9 @@ void flushout();
 // in a signal handler.
 void consolemode();
 void consolerestore();
+// The editor's modes set once more, after a program ran that may have changed them (a command it
+// started with system, such as stty).
+void consoleagain();
 void windowsize(int64_t &w, int64_t &h);
 
 // The length of the key unit at i of s, or 0 when s ends before the unit is whole: one byte, a

@@ -45,6 +45,20 @@ TEST(Editing, TypeMoveOvertypeUndoAndSave) {
   EXPECT_EQ(fileread(path), "Xhello\nworld!\n");
 }
 
+// A program can change the terminal's modes through a command it starts; the keys after it still
+// reach the editor one by one, unechoed.
+TEST(Editing, KeysStillArriveAfterAProgramSetTheTerminalsModes) {
+  std::string dir = scratchdir(), path = dir + "prog.txt";
+  writefile(path, "system (init [stty icanon echo])");
+  Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
+  t.key("Escape");
+  t.type("e");
+  ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
+  t.type("X");
+  EXPECT_TRUE(t.waitfor("Xsystem_(init")) << t.screen();
+}
+
 TEST(Session, MarkKillMoveSortRunAndSave) {
   std::string dir = scratchdir(), text = dir + "a.txt", prog = dir + "prog.txt";
   writefile(text, "main text\nMOVE ME\nend\n");
