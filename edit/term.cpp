@@ -17,6 +17,11 @@
 std::string screenout;
 std::string *screencapture = nullptr;
 
+// The terminal as the editor reaches it: its own copies of standard input and output once the
+// character mode is set, so that a program that closes or reopens 0 or 1 cannot take the screen
+// or the keys away from the editor.
+static int keysfd = 0, screenfd = 1;
+
 void flushout() {
   if (screencapture) {
     *screencapture += screenout;
@@ -25,7 +30,7 @@ void flushout() {
   }
   size_t done = 0;
   while (done < screenout.size()) {
-    ssize_t n = write(1, screenout.data() + done, screenout.size() - done);
+    ssize_t n = write(screenfd, screenout.data() + done, screenout.size() - done);
     if (n < 0 && errno == EINTR) continue;
     must(n > 0);
     done += (size_t)n;
@@ -38,7 +43,7 @@ static bool modeset = false;
 static int winchpipe[2] = {-1, -1};
 
 void consolerestore() {
-  if (modeset) tcsetattr(0, TCSANOW, &original);
+  if (modeset) tcsetattr(keysfd, TCSANOW, &original);
 }
 
 static void winch(int) {
@@ -51,6 +56,9 @@ static void winch(int) {
 
 void consolemode() {
   must(tcgetattr(0, &original) == 0);
+  keysfd = fcntl(0, F_DUPFD_CLOEXEC, 3);
+  screenfd = fcntl(1, F_DUPFD_CLOEXEC, 3);
+  must(keysfd >= 0 && screenfd >= 0);
   termios &raw = editing;
   raw = original;
   raw.c_lflag &= ~(tcflag_t)(ICANON | ECHO);
@@ -61,7 +69,7 @@ void consolemode() {
   raw.c_cc[VDISCARD] = _POSIX_VDISABLE;
   raw.c_cc[VMIN] = 1;
   raw.c_cc[VTIME] = 0;
-  must(tcsetattr(0, TCSANOW, &raw) == 0);
+  must(tcsetattr(keysfd, TCSANOW, &raw) == 0);
   modeset = true;
   must(pipe(winchpipe) == 0);
   fcntl(winchpipe[1], F_SETFL, O_NONBLOCK);
@@ -69,12 +77,12 @@ void consolemode() {
 }
 
 void consoleagain() {
-  if (modeset) tcsetattr(0, TCSANOW, &editing);
+  if (modeset) tcsetattr(keysfd, TCSANOW, &editing);
 }
 
 void windowsize(int64_t &w, int64_t &h) {
   winsize ws;
-  must(ioctl(1, TIOCGWINSZ, &ws) == 0);
+  must(ioctl(screenfd, TIOCGWINSZ, &ws) == 0);
   w = ws.ws_col;
   h = ws.ws_row;
 }
@@ -158,7 +166,7 @@ std::vector<std::string> takeunits(std::string &pending) {
 std::vector<std::string> readkeys(bool &resized) {
   static std::string pending;
   resized = false;
-  pollfd fds[2] = {{0, POLLIN, 0}, {winchpipe[0], POLLIN, 0}};
+  pollfd fds[2] = {{keysfd, POLLIN, 0}, {winchpipe[0], POLLIN, 0}};
   if (poll(fds, 2, -1) < 0) {
     must(errno == EINTR);
     return {};
@@ -170,7 +178,7 @@ std::vector<std::string> readkeys(bool &resized) {
   }
   if (!fds[0].revents) return {};
   char buf[4096];
-  ssize_t n = read(0, buf, sizeof buf);
+  ssize_t n = read(keysfd, buf, sizeof buf);
   if (n < 0 && errno == EINTR) return {};
   must(n > 0);
   pending.append(buf, (size_t)n);

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <thread>
+#include <tuple>
 
 #include "core/file.h"
 #include "tests/support.h"
@@ -45,18 +46,23 @@ TEST(Editing, TypeMoveOvertypeUndoAndSave) {
   EXPECT_EQ(fileread(path), "Xhello\nworld!\n");
 }
 
-// A program can change the terminal's modes through a command it starts; the keys after it still
-// reach the editor one by one, unechoed.
-TEST(Editing, KeysStillArriveAfterAProgramSetTheTerminalsModes) {
+// A program can change the terminal's modes through a command it starts, or close standard input
+// and output; the keys after it still reach the editor one by one, unechoed, and it still paints.
+TEST(Editing, KeysStillArriveAfterAProgramTookTheTerminal) {
   std::string dir = scratchdir(), path = dir + "prog.txt";
-  writefile(path, "system (init [stty icanon echo])");
-  Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
-  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
-  t.key("Escape");
-  t.type("e");
-  ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
-  t.type("X");
-  EXPECT_TRUE(t.waitfor("Xsystem_(init")) << t.screen();
+  for (auto [text, shown, result] : {
+           std::tuple{"system (init [stty icanon echo])", "system_(init", "Eval 0"},
+           {"a{fclose stdout}b{fclose (fdopen 0 (init [r]))}V a b", "a{fclose_stdout}", "Eval (V0_0)"},
+       }) {
+    writefile(path, text);
+    Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
+    ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
+    t.key("Escape");
+    t.type("e");
+    ASSERT_TRUE(t.waitfor(result)) << t.screen();
+    t.type("X");
+    EXPECT_TRUE(t.waitfor(std::string("X") + shown)) << t.screen();
+  }
 }
 
 TEST(Session, MarkKillMoveSortRunAndSave) {
