@@ -46,6 +46,9 @@ void consolerestore() {
   if (modeset) tcsetattr(keysfd, TCSANOW, &original);
 }
 
+// A change of size, or a continue after the process was stopped (by a signal a program raised,
+// or from outside), is told to the key loop through the pipe; after a stop the screen holds the
+// shell's lines, so it is painted whole as after a resize, and the modes are set again.
 static void winch(int) {
   int saved = errno;
   char b = 1;
@@ -74,6 +77,7 @@ void consolemode() {
   must(pipe(winchpipe) == 0);
   fcntl(winchpipe[1], F_SETFL, O_NONBLOCK);
   signal(SIGWINCH, winch);
+  signal(SIGCONT, winch);
 }
 
 void consoleagain() {
@@ -174,6 +178,7 @@ std::vector<std::string> readkeys(bool &resized) {
   if (fds[1].revents & POLLIN) {
     char drain[64];
     must(read(winchpipe[0], drain, sizeof drain) > 0);
+    consoleagain();
     resized = true;
   }
   if (!fds[0].revents) return {};

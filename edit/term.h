@@ -28,5 +28,6 @@ size_t keyunit(const std::string &s, size_t i);
 // navigation keys turned into the bytes of their Control keys; an unfinished unit stays behind.
 std::vector<std::string> takeunits(std::string &pending);
 // Blocks until the terminal has something: returns the key units read, and sets resized when
-// the window changed its size since the last call. A unit split across two reads waits here.
+// the window changed its size since the last call, or the process went on after a stop. A unit
+// split across two reads waits here.
 std::vector<std::string> readkeys(bool &resized);

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 #include <tuple>
 
@@ -63,6 +66,28 @@ TEST(Editing, KeysStillArriveAfterAProgramTookTheTerminal) {
     t.type("X");
     EXPECT_TRUE(t.waitfor(std::string("X") + shown)) << t.screen();
   }
+}
+
+// Continued after a stop, as job control does, the editor paints the screen whole: the lines the
+// shell wrote over it while it was stopped go away. (tmux continues a stopped pane at once, so the
+// shell's lines are written first and the continue is sent alone.)
+TEST(Editing, AContinueAfterAStopPaintsTheScreenWhole) {
+  std::string dir = scratchdir(), path = dir + "doc.txt";
+  writefile(path, "hello\n");
+  Tmux t(40, 8, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("hello,")) << t.screen();
+  std::string pane = runcommand("tmux -L " + t.sock + " display -p '#{pane_pid} #{pane_tty}'").out;
+  int pid = atoi(pane.c_str());
+  std::string tty = pane.substr(pane.find(' ') + 1, pane.find('\n') - pane.find(' ') - 1);
+  ASSERT_GT(pid, 1) << pane;
+  FILE *f = fopen(tty.c_str(), "w");
+  ASSERT_NE(f, nullptr) << tty;
+  fputs("\x1b[2;1H[1]+  Stopped", f);
+  fclose(f);
+  ASSERT_TRUE(t.waitfor("Stopped")) << t.screen();
+  kill(pid, SIGCONT);
+  EXPECT_TRUE(t.waitfor("hello,")) << t.screen();
+  EXPECT_EQ(t.screen().find("Stopped"), std::string::npos) << t.screen();
 }
 
 TEST(Session, MarkKillMoveSortRunAndSave) {
