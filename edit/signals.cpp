@@ -35,6 +35,12 @@ void interrupt(int sig) {
   ending(sig);
 }
 
+bool endsnot(int sig) {
+  for (int s : {SIGINT, SIGKILL, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGCONT, SIGCHLD, SIGURG, SIGWINCH, SIGXFSZ})
+    if (sig == s) return true;
+  return false;
+}
+
 // A stack of its own for the handlers, so that a native stack run out still ends in the rescue.
 char altstack[1 << 16];
 }  // namespace
@@ -61,9 +67,10 @@ void signalsinstall() {
   sigfillset(&sa.sa_mask);
   sa.sa_flags = SA_ONSTACK;
   sa.sa_handler = ending;
-  for (int sig : {SIGTERM, SIGHUP, SIGQUIT, SIGABRT, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2, SIGXCPU, SIGSEGV,
-                  SIGBUS, SIGFPE, SIGILL})
-    sigaction(sig, &sa, nullptr);
+  // Every signal whose default ends the process, the real-time ones and those a program can raise
+  // included; the rest stop, continue or are ignored by default, or have handlers of their own.
+  for (int sig = 1; sig <= SIGRTMAX; sig++)
+    if (!endsnot(sig)) sigaction(sig, &sa, nullptr);
   sa.sa_handler = interrupt;
   sigaction(SIGINT, &sa, nullptr);
   // A file grown past its size limit fails the write instead of ending the editor.

@@ -103,6 +103,8 @@ TEST(WaysOut, EachKeepsTheUnsavedDocument) {
       {"C-c", all, "x", "130", ""},
       {"TERM", all, "x", "143", ""},
       {"HUP", all, "x", "129", ""},
+      {"VTALRM", all, "x", "154", ""},  // as every other signal that ends a process, real-time too
+      {"40", all, "x", "168", ""},
       {"window", all, "x", "1", ""},
       {"assert", "assert H", " ", "134", "ASSERTION FAILED:l:242\n"},
       {"clean", all, "", "130", ""},
@@ -114,7 +116,7 @@ TEST(WaysOut, EachKeepsTheUnsavedDocument) {
     ASSERT_TRUE(s.t.waitfor("File " + dir + "doc")) << way << s.t.screen();
     s.type(w.typed);
     if (way == "C-c" || way == "clean") s.t.key("C-c");
-    if (way == "TERM" || way == "HUP") s.signal(w.name);
+    if (way == "TERM" || way == "HUP" || way == "VTALRM" || way == "40") s.signal(w.name);
     if (way == "window") s.t.resize(6, 6);
     if (way == "assert") s.escape("e");
     if (way == "window") s.t.resize(60, 10);
