@@ -142,6 +142,19 @@ static bool keep(const char *folder, const char *stem, int64_t seconds, const Do
   return ok;
 }
 
+static int spare = -1;
+
+void spareopen() {
+  if (spare < 0) spare = open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+bool sparefree() {
+  if (spare < 0) return false;
+  close(spare);
+  spare = -1;
+  return true;
+}
+
 Rescued rescuewrite(const char *folder) {
   Rescued r;
   timespec now;

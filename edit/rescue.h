@@ -31,6 +31,12 @@ struct Rescued {
 };
 Rescued rescuewrite(const char *folder);
 
+// A descriptor held in reserve: a program run from the editor may open files until none is left,
+// and a save or a copy must still be written then. sparefree gives it up for the one file written
+// next (safe in a signal handler); spareopen takes it again, and is called at start.
+void spareopen();
+bool sparefree();  // false when none was held
+
 // The line on standard error after the copies: "tolm: N unsaved documents kept in FOLDER", and a
 // like line for the copies that could not be written; nothing when there were none.
 void rescuereport(const Rescued &r, const char *folder);

@@ -7,6 +7,7 @@
 #include "core/base.h"
 #include "edit/commands.h"
 #include "edit/editor.h"
+#include "edit/rescue.h"
 #include "edit/save.h"
 
 bool writeall(int fd, const char *p, size_t n) {
@@ -51,6 +52,11 @@ static void putback(int fd, const std::string &old) {
 bool writedoc(const std::string &path, const Doc &d) {
   bool made = false;
   int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0 && (errno == EMFILE || errno == ENFILE) && sparefree()) {  // a program took them all
+    bool ok = writedoc(path, d);
+    spareopen();
+    return ok;
+  }
   if (fd < 0 && errno == ENOENT) made = (fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) >= 0;
   bool blind = fd < 0 && errno == EACCES;  // writable but not readable: nothing to put back
   if (blind) fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);

@@ -53,12 +53,14 @@ void leaving() {
   sigfillset(&all);
   sigprocmask(SIG_BLOCK, &all, nullptr);
   consolerestore();
+  sparefree();
   rescuereport(rescuewrite(rescuedir.c_str()), rescuedir.c_str());
 }
 
 void signalsinstall() {
   rescuedir = rescuefolder(getenv("XDG_STATE_HOME"), homedir);
   rescueready();
+  spareopen();
   stack_t stack = {};
   stack.ss_sp = altstack;
   stack.ss_size = sizeof altstack;

@@ -90,6 +90,27 @@ TEST(Interrupt, ARunPastTheMemoryLimitStopsAndTheEditorGoesOn) {
   ASSERT_TRUE(s.t.waitfor("Eval 7")) << s.t.screen();
 }
 
+// A program that opened files until no descriptor was left (64 here) still lets the editor save,
+// and still lets it keep its copy on the way out.
+TEST(WaysOut, ASaveAndACopyAfterAProgramTookEveryDescriptor) {
+  std::string dir = scratchdir(), text = "go 100,go\\n\\(n=0)0(f{fopen (init [/dev/null]) (init [r])}go(n-1))";
+  writefile(dir + "doc", text);
+  Session s(dir, "doc", "ulimit -n 64;");
+  ASSERT_TRUE(s.t.waitfor("File " + dir + "doc")) << s.t.screen();
+  s.escape("e");
+  ASSERT_TRUE(s.t.waitfor("Eval 0")) << s.t.screen();
+  s.type("x");
+  s.t.key("C-w");
+  for (int i = 0; i < 100 && fileread(dir + "doc") != "x" + text; i++)
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(fileread(dir + "doc"), "x" + text);
+  s.type("y");
+  s.t.key("C-c");
+  ASSERT_EQ(s.status(), "130") << s.t.screen();
+  EXPECT_EQ(fileread(dir + "err"), s.kept());
+  EXPECT_EQ(s.copy(), "xy" + text);
+}
+
 // Each way out with a document changed: the stop's own output first, then the copy, byte for byte,
 // and one line that says where it went. An editor with nothing unsaved leaves nothing.
 TEST(WaysOut, EachKeepsTheUnsavedDocument) {
