@@ -26,7 +26,9 @@ constexpr size_t smalltext = smallcell - offsetof(Cell, left) - 1;
 // long leaves beyond that. The run's memory limit is checked against it where it grows.
 static uint64_t textheld = 0;
 
-uint64_t memoryheld() { return (cellsmade - cellsfreed) * smallcell + textheld; }
+uint64_t mallocheld = 0;
+
+uint64_t memoryheld() { return (cellsmade - cellsfreed) * smallcell + textheld + mallocheld; }
 
 static void *takelong(size_t n) {
   memorycheck(memoryheld() + n);

@@ -22,7 +22,9 @@ constexpr uint64_t redexbit = 1ull << 62;
 
 // Cells made and freed since the start; the benchmarks read them.
 extern uint64_t cellsmade, cellsfreed;
-// The bytes that live cells and the texts of long leaves hold.
+// The bytes that live cells and the texts of long leaves hold, and the blocks a program took from
+// the C allocator (mallocheld, which the built-ins that allocate and free keep).
+extern uint64_t mallocheld;
 uint64_t memoryheld();
 
 inline bool isleafcell(const Cell *c) { return c->word & leafbit; }

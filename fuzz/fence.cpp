@@ -465,6 +465,7 @@ void fencereset() {
     originals.at("closedir")(std::move(app));
   }
   for (auto [at, size] : blocks) free((void *)(uintptr_t)at);
+  mallocheld = 0;  // the blocks above were all the input held, and none counts against the next
   files.clear();
   listings.clear();
   blocks.clear();

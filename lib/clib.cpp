@@ -1,5 +1,6 @@
 // The C library bindings for maths, conversions, character classes, strings, memory, the process
 // and the error constants, and the common marshalling that every binding runs through.
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <climits>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <malloc.h>
 #include <map>
 #include <string_view>
 #include <strings.h>
@@ -164,6 +166,30 @@ const Binding conversions[] = {
     {"toupper", "n", [](const Cargs &a) { return word(toupper(a.in(0))); }},
 };
 
+// The blocks a program takes from the C allocator count against the memory limit with its terms,
+// so that a loop of malloc and memset stops there as a loop of joins does: an allocation past the
+// limit gives a null pointer and halts the run. A block freed that was never counted takes the
+// count to zero at most.
+void *heldblock(void *p) {
+  if (p) mallocheld += malloc_usable_size(p);
+  return p;
+}
+
+void dropblock(void *p) {
+  if (p) mallocheld -= std::min<uint64_t>(mallocheld, malloc_usable_size(p));
+}
+
+void *reblock(void *p, size_t n) {
+  size_t old = p ? malloc_usable_size(p) : 0;
+  if (n > old && !roomfor(n - old)) return nullptr;
+  void *q = realloc(p, n);
+  if (q || n == 0) {
+    mallocheld -= std::min<uint64_t>(mallocheld, old);
+    heldblock(q);
+  }
+  return q;
+}
+
 // A text reaches these with its brackets, as toaddress gives it.
 const Binding strings[] = {
     {"strlen", "s", [](const Cargs &a) { return word(ownstrlen(a.p(0))); }},
@@ -181,7 +207,7 @@ const Binding strings[] = {
     {"strstr", "ss", [](const Cargs &a) { return fromaddress(strstr(a.p(0), a.p(1))); }},
     {"strpbrk", "ss", [](const Cargs &a) { return fromaddress(strpbrk(a.p(0), a.p(1))); }},
     {"strspn", "ss", [](const Cargs &a) { return word((int64_t)strspn(a.p(0), a.p(1))); }},
-    {"strdup", "s", [](const Cargs &a) { return fromaddress(strdup(a.p(0))); }},
+    {"strdup", "s", [](const Cargs &a) { return fromaddress(heldblock(strdup(a.p(0)))); }},
     {"strtok", "ns", [](const Cargs &a) { return fromaddress(strtok(a.p(0), a.p(1))); }},
     {"strtok_r", "nsn", [](const Cargs &a) { return fromaddress(strtok_r(a.p(0), a.p(1), a.p<char *>(2))); }},
     {"strerror", "n", [](const Cargs &a) { return fromaddress(strerror(a.in(0))); }},
@@ -189,10 +215,16 @@ const Binding strings[] = {
 
 // free and memset test nothing; bzero refuses a negative length.
 const Binding memory[] = {
-    {"malloc", "n", [](const Cargs &a) { return fromaddress(malloc((size_t)a.n(0))); }},
-    {"calloc", "nn", [](const Cargs &a) { return fromaddress(calloc((size_t)a.n(0), (size_t)a.n(1))); }},
-    {"realloc", "nn", [](const Cargs &a) { return fromaddress(realloc(a.p(0), (size_t)a.n(1))); }},
-    {"free", "-", [](const Cargs &a) { return free(a.p(0)), done(); }},
+    {"malloc", "n",
+     [](const Cargs &a) { return fromaddress(roomfor((size_t)a.n(0)) ? heldblock(malloc((size_t)a.n(0))) : nullptr); }},
+    {"calloc", "nn",
+     [](const Cargs &a) {
+       size_t n = (size_t)a.n(0), m = (size_t)a.n(1), all;
+       bool fits = !__builtin_mul_overflow(n, m, &all) && roomfor(all);
+       return fromaddress(fits ? heldblock(calloc(n, m)) : nullptr);
+     }},
+    {"realloc", "nn", [](const Cargs &a) { return fromaddress(reblock(a.p(0), (size_t)a.n(1))); }},
+    {"free", "-", [](const Cargs &a) { return dropblock(a.p(0)), free(a.p(0)), done(); }},
     {"bzero", "nn",
      [](const Cargs &a) {
        if (a.n(1) < 0) return CellRef("Z");
