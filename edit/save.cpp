@@ -2,9 +2,11 @@
 // links, owner, mode and attributes; a save that fails part way puts the old contents back.
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/base.h"
+#include "core/halt.h"
 #include "edit/commands.h"
 #include "edit/editor.h"
 #include "edit/rescue.h"
@@ -61,6 +63,14 @@ bool writedoc(const std::string &path, const Doc &d) {
   bool blind = fd < 0 && errno == EACCES;  // writable but not readable: nothing to put back
   if (blind) fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
   if (fd < 0) return false;
+  // Only a regular file is written over, and only one whose old contents can be held for the
+  // putting back: a device would be read without end, and a file past the memory limit would
+  // end the session for want of memory. Either rings the bell; the document stays unsaved.
+  struct stat st;
+  if (!made && (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || (uint64_t)st.st_size > memorylimit)) {
+    close(fd);
+    return false;
+  }
   std::string old;
   if (!made && !blind && !readold(fd, old)) {
     close(fd);

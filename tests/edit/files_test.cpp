@@ -153,4 +153,24 @@ TEST_F(Pickers, AFailedSaveRingsAndKeepsEverything) {
   });
   EXPECT_EQ(c.out, dir + "doc 1 2");
   EXPECT_FALSE(fileisplain(dir + "big"));  // a file the failed save made goes again
+  // C-w over what is no longer a regular file, or over a file grown past the memory limit, rings
+  // and writes nothing: the old contents could not be held for the putting back.
+  press("\x07");
+  symlink("/dev/zero", (dir + "zero").c_str());
+  writefile(dir + "grown", "0123456789");
+  Child w = runchild([&] {
+#ifndef __SANITIZE_ADDRESS__  // the sanitizer's shadow takes more address space than this
+    rlimit most = {1u << 30, 1u << 30};  // a read of the device without end fails here, not the machine
+    setrlimit(RLIMIT_AS, &most);
+#endif
+    opendoc(dir + "zero", "z");
+    typetext("y");
+    bool zero = rings("\x17");
+    opendoc(dir + "grown", "small");
+    typetext("y");
+    memorylimit = 8;
+    printf("%d %d %d", zero, rings("\x17"), isdirty(cur()));
+  });
+  EXPECT_EQ(w.out, "1 1 1");
+  EXPECT_EQ(fileread(dir + "grown"), "0123456789");
 }
