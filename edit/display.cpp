@@ -22,8 +22,13 @@ uint16_t *newplane() { return cells.data() + (flipped ? width * height : 0); }
 static uint16_t *oldplane() { return cells.data() + (flipped ? 0 : width * height); }
 
 // The plane of what the terminal shows is taken as unknown, as after a resize, so that the next
-// paint writes every cell: output of a program's own, or of a command it started, goes away.
-void screenforget() { std::fill(oldplane(), oldplane() + width * height, 0); }
+// paint writes every cell: output of a program's own, or of a command it started, goes away. The
+// modes that painting counts on go back to their defaults first, in case that output set them:
+// no scrolling region, no origin mode, wrapping on, insertion off, the cursor shown.
+void screenforget() {
+  std::fill(oldplane(), oldplane() + width * height, 0);
+  screenout += "\x1b[r\x1b[?6l\x1b[?7h\x1b[4l\x1b[?25h";
+}
 
 int kinkdigit(int n) { return (int)((kink >> (4 * n)) & 15); }
 

@@ -35,6 +35,7 @@ void interrupt(int sig) {
   ending(sig);
 }
 
+// The signals that do not end the process by default, or that have handlers of their own.
 bool endsnot(int sig) {
   for (int s : {SIGINT, SIGKILL, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGCONT, SIGCHLD, SIGURG, SIGWINCH, SIGXFSZ})
     if (sig == s) return true;

@@ -17,7 +17,7 @@ void flushout();
 void consolemode();
 void consolerestore();
 // The editor's modes set once more, after a program ran that may have changed them (a command it
-// started with system, such as stty).
+// started with system, such as stty), and after the process went on from a stop.
 void consoleagain();
 void windowsize(int64_t &w, int64_t &h);
 
