@@ -138,7 +138,8 @@ TEST_F(Screen, ControlLDrawsOverWhatOthersWrote) {
   for (int r = 0; r < h; r++) rows.push_back(term.row(r));
   for (const char *keys : {"\x0c", "\x1bj\x0c"}) {
     term.feed("\x1b[2;1Hscribbled\r\n\r\n\r\n\r\n\r\n\r\n\r\n\r\nscrolled");
-    term.feed("\x1b[3;5r\x1b[?6h\x1b[?7l\x1b[4h");  // a scrolling region, origin mode, no wrap, insertion
+    // a scrolling region, origin mode, no wrap, insertion, line drawing for the letters
+    term.feed("\x1b[3;5r\x1b[?6h\x1b[?7l\x1b[4h\x1b(0");
     press("\x02");  // a move the painter sees as one cell at most
     press("\x06");
     show();
