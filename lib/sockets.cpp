@@ -14,6 +14,10 @@ CellRef word(int64_t n) { return fromword(n); }
 sockaddr *address(const Cargs &a, int i) { return a.p<sockaddr>(i); }
 socklen_t length(const Cargs &a, int i) { return (socklen_t)a.n(i); }
 
+// A send to a peer that has gone gives -1 and EPIPE, as sockets do elsewhere, instead of the
+// signal that would end the editor or the runner with it.
+int quiet(const Cargs &a, int i) { return a.in(i) | MSG_NOSIGNAL; }
+
 // One function answers both names that stand for 1.
 static_assert(AI_PASSIVE == 1 && SOCK_STREAM == 1);
 CellRef one(const Cargs &) { return word(1); }
@@ -29,10 +33,10 @@ const Binding sockets[] = {
      [](const Cargs &a) { return word(getpeername(a.in(0), address(a, 1), a.p<socklen_t>(2))); }},
     {"shutdown", "nn", [](const Cargs &a) { return word(shutdown(a.in(0), a.in(1))); }},
     {"closesocket", "n", [](const Cargs &a) { return word(close(a.in(0))); }},
-    {"send", "nsnn", [](const Cargs &a) { return word(send(a.in(0), a.p(1), (size_t)a.n(2), a.in(3))); }},
+    {"send", "nsnn", [](const Cargs &a) { return word(send(a.in(0), a.p(1), (size_t)a.n(2), quiet(a, 3))); }},
     {"sendto", "nsnnnn",
      [](const Cargs &a) {
-       return word((int32_t)sendto(a.in(0), a.p(1), (size_t)a.n(2), a.in(3), address(a, 4), length(a, 5)));
+       return word((int32_t)sendto(a.in(0), a.p(1), (size_t)a.n(2), quiet(a, 3), address(a, 4), length(a, 5)));
      }},
     {"recv", "nnnn", [](const Cargs &a) { return word(recv(a.in(0), a.p(1), (size_t)a.n(2), a.in(3))); }},
     {"recvfrom", "nnnnnn",
