@@ -23,6 +23,7 @@ void resized(int64_t w, int64_t h) {
   height = h;
   needwindow(w, h);
   screenresize();
+  screenforget();  // after a stop the shell may have left modes of its own, as output can
   keepvisible(cur(), false);
   repaint();
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "edit/display.h"
+#include "edit/loop.h"
 #include "edit/term.h"
 #include "tests/edit/edittest.h"
 #include "tests/support.h"
@@ -129,14 +130,15 @@ TEST_F(Screen, ARepaintWritesOnlyWhatChanged) {
 }
 
 // Bytes that reached the terminal past the painter, as a program's own output does, stay until
-// C-l draws every cell again, in Mark mode as well.
-TEST_F(Screen, ControlLDrawsOverWhatOthersWrote) {
+// C-l draws every cell again, in Mark mode as well; a resize, or a continue after a stop, draws
+// them all as well (the empty key below).
+TEST_F(Screen, ControlLAndAResizeDrawOverWhatOthersWrote) {
   opendoc("/r", "one\ntwo\nthree");
   repaint();
   show();
   std::vector<std::string> rows;
   for (int r = 0; r < h; r++) rows.push_back(term.row(r));
-  for (const char *keys : {"\x0c", "\x1bj\x0c"}) {
+  for (std::string keys : {"\x0c", "\x1bj\x0c", ""}) {
     term.feed("\x1b[2;1Hscribbled\r\n\r\n\r\n\r\n\r\n\r\n\r\n\r\nscrolled");
     // a scrolling region, origin mode, no wrap, insertion, line drawing for the letters
     term.feed("\x1b[3;5r\x1b[?6h\x1b[?7l\x1b[4h\x1b(0");
@@ -144,7 +146,7 @@ TEST_F(Screen, ControlLDrawsOverWhatOthersWrote) {
     press("\x06");
     show();
     EXPECT_NE(term.row(1), rows[1]);
-    press(keys);
+    keys.empty() ? resized(w, h) : press(keys);
     show();
     for (int r = 1; r < h; r++) EXPECT_EQ(term.row(r), rows[(size_t)r]) << keys << r;
     press("\x07");
