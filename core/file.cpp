@@ -30,29 +30,36 @@ bool filereadable(const std::string &path) {
   return true;
 }
 
+bool fdload(int fd, std::string &text, uint64_t most) {
+  char chunk[65536];
+  for (;;) {
+    ssize_t n = read(fd, chunk, sizeof chunk);
+    if (n < 0 && errno == EINTR) continue;
+    if (n == 0) return true;
+    if (n > 0 && text.size() + (size_t)n <= most) {
+      text.append(chunk, (size_t)n);
+      continue;
+    }
+    if (n > 0) errno = EFBIG;
+    std::string().swap(text);
+    return false;
+  }
+}
+
 // The size is asked first, so that a file too large to hold is refused before any of it is read
 // and the text is allocated once; a file that grows while it is read is refused when it passes
-// the bound all the same. A read that fails part way gives no text, never the part before it.
+// the bound all the same.
 bool fileload(const std::string &path, std::string &text, uint64_t most) {
   text.clear();
   int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return false;
   struct stat st;
   bool ok = fstat(fd, &st) == 0 && (uint64_t)st.st_size <= most;
-  if (ok) text.reserve((size_t)st.st_size);
-  char chunk[65536];
-  while (ok) {
-    ssize_t n = read(fd, chunk, sizeof chunk);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
-    ok = text.size() + (size_t)n <= most;
-    if (ok) text.append(chunk, (size_t)n);
+  if (ok) {
+    text.reserve((size_t)st.st_size);
+    ok = fdload(fd, text, most);
   }
   close(fd);
-  if (!ok) std::string().swap(text);
   return ok;
 }
 

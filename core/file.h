@@ -13,6 +13,9 @@ bool filereadable(const std::string &path);
 // The whole file into text, or false with text empty: it cannot be opened, a read fails, or it
 // holds more than most bytes. fileread is the same for a file its caller knows can be read.
 bool fileload(const std::string &path, std::string &text, uint64_t most);
+// What fd gives until its end, appended to text; false with text empty when a read fails, or, with
+// errno EFBIG, when text would pass most bytes. A read that fails part way never leaves a part.
+bool fdload(int fd, std::string &text, uint64_t most);
 std::string fileread(const std::string &path);
 void filewrite(const std::string &path, const std::string &text);
 void fileappend(const std::string &path, const std::string &text);

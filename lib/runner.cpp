@@ -13,16 +13,6 @@
 #include "lang/program.h"
 #include "lib/builtins.h"
 
-static bool readall(int fd, std::string &text) {
-  char buf[65536];
-  for (;;) {
-    ssize_t n = read(fd, buf, sizeof buf);
-    if (n == 0) return true;
-    if (n < 0) return false;
-    text.append(buf, (size_t)n);
-  }
-}
-
 static const char usage[] =
     "Usage: tolmrun [OPTION]... FILE\n"
     "Run the program in FILE, or on standard input when FILE is -, as Escape e runs a\n"
@@ -58,7 +48,7 @@ int main(int argc, char **argv) {
   srand(0);
   std::string name = args[0], text;
   if (name == "-") {
-    if (!readall(0, text)) {
+    if (!fdload(0, text, memorylimit)) {
       perror("tolmrun: standard input");
       return 2;
     }

@@ -39,6 +39,9 @@ TEST(Start, BadNamesStopBeforeTheScreenIsTouched) {
   Child batch = runcommand("TOLM_MEMORY=1K " + std::string(TOLMRUN_BIN) + " " + dir + "large");
   EXPECT_EQ(batch.status, 2);
   EXPECT_EQ(batch.err, "tolmrun: cannot read " + dir + "large\n");
+  Child piped = runcommand("TOLM_MEMORY=1K " + std::string(TOLMRUN_BIN) + " - < " + dir + "large");
+  EXPECT_EQ(piped.status, 2);
+  EXPECT_EQ(piped.err, "tolmrun: standard input: File too large\n");
 }
 
 // Both programs read their options before anything else: an unknown one stops them with nothing
