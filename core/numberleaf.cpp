@@ -99,24 +99,7 @@ static char *worddigits(uint64_t n, char *end) {
 // and their NUL. A value below 100 is written at once, since smallint reads one or two digits as
 // fast as a word, and so is one of 19 digits or more, whose word might not fit a signed one.
 constexpr size_t oneat = 8;
-static CellRef makeleaf(uint64_t magnitude, bool minus);
-
-// The small integers that counting and indexing make over and over are made once and shared.
-// Every read of a number leaf goes by its value, and a built-in changes a leaf in place only when
-// it holds the one count, which a shared leaf never has, so that sharing shows nowhere.
-constexpr uint64_t sharedplus = 1024, sharedminus = 64;
-
 CellRef wordleaf(uint64_t magnitude, bool minus) {
-  static Cell *plus[sharedplus], *minuses[sharedminus + 1];
-  if (magnitude < (minus ? sharedminus + 1 : sharedplus)) {
-    Cell *&c = (minus && magnitude ? minuses : plus)[magnitude];
-    if (!c) c = makeleaf(magnitude, minus).release();
-    return CellRef(c);
-  }
-  return makeleaf(magnitude, minus);
-}
-
-static CellRef makeleaf(uint64_t magnitude, bool minus) {
   static const uint64_t powers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000,
                                     10000000000ull, 100000000000ull, 1000000000000ull, 10000000000000ull,
                                     100000000000000ull, 1000000000000000ull, 10000000000000000ull,
