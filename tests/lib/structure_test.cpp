@@ -19,6 +19,7 @@ TEST(Structure, TypesAndTheMachinesView) {
   expectprinted({{"type(init[a])", "[post]"}, {"type(real 1)", "[real]"}, {"type 5", "[hint]"}, {"type 002", "[numb]"},
           {"type K", "[void]"}, {"type(J H K)", "[numb]"}, {"type(type 1)", "[zits]"},
           {"raws (type 1) (type 5)", "K"}, {"raws (K (I K)) (K (I K))", "H"}, {"x{init[a]}(leak x)=(leak x)", "K"},
+          {"raws (1+1) (1+1)", "H"},  // a built-in's result is a fresh cell, a small number too
           {"lisp (K 1)", "[K1]"}, {"lisp (real 1)", "[real[1.000000e+00]]"}});
 }
 
