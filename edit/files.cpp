@@ -236,8 +236,9 @@ static bool backspace(const Picker &p) {
 }
 
 // Enter in Open: a document already loaded is switched to, with its unsaved changes; a regular
-// file is loaded; a directory is listed. A file that cannot be read, or that is larger than the
-// memory limit, rings the bell and stays: reading it would end the session for want of memory.
+// file is loaded; a directory is listed. A file that cannot be read, or that is larger than a
+// quarter of the memory limit, rings the bell and stays: editing and running it would end the
+// session for want of memory.
 static void openenter() {
   std::string p = textof(promptline);
   std::string name = p.empty() || p.ends_with("/") ? "" : normalpath(p);
@@ -248,7 +249,7 @@ static void openenter() {
   }
   if (!name.empty() && fileisplain(name)) {
     std::string text;
-    if (!fileload(name, text, memorylimit)) {
+    if (!fileload(name, text, filemost())) {
       bell();
       return;
     }

@@ -34,14 +34,14 @@ static void stopwith(const std::string &line) {
 }
 
 // Loads the named files; a name that cannot be a file path or cannot be read stops the start, and
-// so does a file larger than the memory limit, which could not be edited.
+// so does a file larger than a quarter of the memory limit, which could not be edited.
 static void loadargs(const std::vector<std::string> &args) {
   for (const std::string &arg : args) {
     std::string path = arg.empty() || arg.ends_with("/") ? "" : normalpath(arg), text;
     if (path.empty()) stopwith("Cannot normalize file: " + arg + "\n");
     if (!fileisplain(path) || !filereadable(path)) stopwith("Cannot open file: " + path + "\n");
     if (!docs.count(path)) {
-      if (!fileload(path, text, memorylimit)) stopwith("Cannot open file: " + path + "\n");
+      if (!fileload(path, text, filemost())) stopwith("Cannot open file: " + path + "\n");
       openlog(path);
       docs[path] = newdoc(std::move(text));
     }

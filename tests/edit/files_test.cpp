@@ -92,9 +92,10 @@ TEST_F(Pickers, OpenTypesCompletesAndWalksDirectories) {
     EXPECT_TRUE(rings("\n"));
     EXPECT_EQ(keys, "\x1bo");
   }
-  // A file larger than the memory limit would end the session for want of memory: refused alike.
+  // A file larger than a quarter of the memory limit would end the session for want of memory
+  // once it is run: refused alike.
   uint64_t limit = memorylimit;
-  memorylimit = 8;
+  memorylimit = 16;
   writefile(dir + "bulky", "0123456789");
   ask(dir + "bulky");
   EXPECT_TRUE(rings("\n"));
@@ -153,7 +154,7 @@ TEST_F(Pickers, AFailedSaveRingsAndKeepsEverything) {
   });
   EXPECT_EQ(c.out, dir + "doc 1 2");
   EXPECT_FALSE(fileisplain(dir + "big"));  // a file the failed save made goes again
-  // C-w over what is no longer a regular file, or over a file grown past the memory limit, rings
+  // C-w over what is no longer a regular file, or over one grown past a quarter of the limit, rings
   // and writes nothing: the old contents could not be held for the putting back.
   press("\x07");
   symlink("/dev/zero", (dir + "zero").c_str());
@@ -168,7 +169,7 @@ TEST_F(Pickers, AFailedSaveRingsAndKeepsEverything) {
     bool zero = rings("\x17");
     opendoc(dir + "grown", "small");
     typetext("y");
-    memorylimit = 8;
+    memorylimit = 16;
     printf("%d %d %d", zero, rings("\x17"), isdirty(cur()));
   });
   EXPECT_EQ(w.out, "1 1 1");

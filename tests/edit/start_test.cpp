@@ -31,15 +31,15 @@ TEST(Start, BadNamesStopBeforeTheScreenIsTouched) {
     EXPECT_EQ(c.status, 1) << args << c.err;
     EXPECT_EQ(c.out, out);
   }
-  // A file larger than the memory limit is refused by both programs before they read it.
+  // A file larger than a quarter of the memory limit is refused by both programs before they read it.
   writefile(dir + "large", std::string(2048, '1'));
-  Child large = runcommand("TOLM_MEMORY=1K " + tolm + " " + dir + "large");
+  Child large = runcommand("TOLM_MEMORY=4K " + tolm + " " + dir + "large");
   EXPECT_EQ(large.status, 1);
   EXPECT_EQ(large.out, "Cannot open file: " + dir + "large\n");
-  Child batch = runcommand("TOLM_MEMORY=1K " + std::string(TOLMRUN_BIN) + " " + dir + "large");
+  Child batch = runcommand("TOLM_MEMORY=4K " + std::string(TOLMRUN_BIN) + " " + dir + "large");
   EXPECT_EQ(batch.status, 2);
   EXPECT_EQ(batch.err, "tolmrun: cannot read " + dir + "large\n");
-  Child piped = runcommand("TOLM_MEMORY=1K " + std::string(TOLMRUN_BIN) + " - < " + dir + "large");
+  Child piped = runcommand("TOLM_MEMORY=4K " + std::string(TOLMRUN_BIN) + " - < " + dir + "large");
   EXPECT_EQ(piped.status, 2);
   EXPECT_EQ(piped.err, "tolmrun: standard input: File too large\n");
 }
