@@ -14,9 +14,10 @@ extern volatile std::sig_atomic_t runhalt;
 // The bytes that terms may hold before a run is stopped: TOLM_MEMORY when it is a size (bytes,
 // or a number with K, M or G behind it), else half of the physical memory.
 extern uint64_t memorylimit;
-// The largest file that is read or written over whole: a quarter of the limit, so that the text,
-// the copy a run takes of it and what the run may hold stay within the machine's memory.
-inline uint64_t filemost() { return memorylimit / 4; }
+// The largest text the editor takes in at one time, a file read whole or written over or the
+// bytes of one Taps insertion: a quarter of the limit, so that the text, the copies a run or the
+// undo log take of it and what a run may hold stay within the machine's memory.
+inline uint64_t textmost() { return memorylimit / 4; }
 // The size a text of TOLM_MEMORY gives, or 0 when it is none.
 uint64_t memoryparse(const char *text);
 void memorysetup();

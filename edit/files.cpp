@@ -249,7 +249,7 @@ static void openenter() {
   }
   if (!name.empty() && fileisplain(name)) {
     std::string text;
-    if (!fileload(name, text, filemost())) {
+    if (!fileload(name, text, textmost())) {
       bell();
       return;
     }

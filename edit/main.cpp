@@ -41,7 +41,7 @@ static void loadargs(const std::vector<std::string> &args) {
     if (path.empty()) stopwith("Cannot normalize file: " + arg + "\n");
     if (!fileisplain(path) || !filereadable(path)) stopwith("Cannot open file: " + path + "\n");
     if (!docs.count(path)) {
-      if (!fileload(path, text, filemost())) stopwith("Cannot open file: " + path + "\n");
+      if (!fileload(path, text, textmost())) stopwith("Cannot open file: " + path + "\n");
       openlog(path);
       docs[path] = newdoc(std::move(text));
     }

@@ -64,10 +64,10 @@ bool writedoc(const std::string &path, const Doc &d) {
   if (blind) fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
   if (fd < 0) return false;
   // Only a regular file is written over, and only one whose old contents can be held for the
-  // putting back: a device would be read without end, and a file past filemost would
+  // putting back: a device would be read without end, and a file past textmost would
   // end the session for want of memory. Either rings the bell; the document stays unsaved.
   struct stat st;
-  if (!made && (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || (uint64_t)st.st_size > filemost())) {
+  if (!made && (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || (uint64_t)st.st_size > textmost())) {
     close(fd);
     return false;
   }

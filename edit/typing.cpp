@@ -120,16 +120,16 @@ void tolmdocspace() {
   });
 }
 
-// Whether the count of a Taps prompt is one the editor can hold: a quarter of the memory a run may
-// take, since an insertion, its undo and its redo hold the bytes about three times over. A larger
-// count would end the editor, or have the system end it with no copy kept.
+// Whether the count of a Taps prompt is one the editor can hold (textmost): an insertion, its undo
+// and its redo hold the bytes about three times over. A larger count would end the editor, or
+// have the system end it with no copy kept. The digits are read no further than the bound.
 static bool tapsfit(const std::string &digits) {
   uint64_t n = 0;
   for (char c : digits) {
-    if (n > memorylimit / 40) return false;
+    if (n > textmost() / 10) return false;
     n = n * 10 + (uint64_t)(c - '0');
   }
-  return n <= memorylimit / 4;
+  return n <= textmost();
 }
 
 void tolmdomt() {

@@ -48,11 +48,11 @@ int main(int argc, char **argv) {
   srand(0);
   std::string name = args[0], text;
   if (name == "-") {
-    if (!fdload(0, text, filemost())) {
+    if (!fdload(0, text, textmost())) {
       perror("tolmrun: standard input");
       return 2;
     }
-  } else if (!fileisplain(name) || !fileload(name, text, filemost())) {
+  } else if (!fileisplain(name) || !fileload(name, text, textmost())) {
     fprintf(stderr, "tolmrun: cannot read %s\n", name.c_str());
     return 2;
   }
