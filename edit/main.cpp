@@ -39,7 +39,7 @@ static void loadargs(const std::vector<std::string> &args) {
   for (const std::string &arg : args) {
     std::string path = arg.empty() || arg.ends_with("/") ? "" : normalpath(arg), text;
     if (path.empty()) stopwith("Cannot normalize file: " + arg + "\n");
-    if (!fileisplain(path) || !filereadable(path)) stopwith("Cannot open file: " + path + "\n");
+    if (!fileisplain(path)) stopwith("Cannot open file: " + path + "\n");
     if (!docs.count(path)) {
       if (!fileload(path, text, textmost())) stopwith("Cannot open file: " + path + "\n");
       openlog(path);
