@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
@@ -62,6 +63,10 @@ void consolemode() {
   keysfd = fcntl(0, F_DUPFD_CLOEXEC, 3);
   screenfd = fcntl(1, F_DUPFD_CLOEXEC, 3);
   must(keysfd >= 0 && screenfd >= 0);
+  // A program's getchar and gets read the keys through the C library's stdin. Buffered, stdin
+  // would take every key typed ahead in one read and keep those the program does not ask for,
+  // and they would never reach the editor; unbuffered, it takes only the bytes it returns.
+  setvbuf(stdin, nullptr, _IONBF, 0);
   termios &raw = editing;
   raw = original;
   raw.c_lflag &= ~(tcflag_t)(ICANON | ECHO);

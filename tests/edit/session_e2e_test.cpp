@@ -68,6 +68,20 @@ TEST(Editing, KeysStillArriveAfterAProgramTookTheTerminal) {
   }
 }
 
+// A program that reads a key takes that key alone: the keys typed after it in the same burst
+// still reach the editor, and are typed in at the point.
+TEST(Editing, AProgramReadingAKeyLeavesTheKeysTypedAheadToTheEditor) {
+  std::string dir = scratchdir(), path = dir + "prog.txt";
+  writefile(path, "a{puts (init [ready])}b{getchar}V a b");
+  Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
+  t.key("Escape");
+  t.type("e");
+  ASSERT_TRUE(t.waitfor("ready")) << t.screen();  // the program now waits for its key
+  t.type("xyz");  // x to the program; y leaves Eval, so the result is seen no more
+  EXPECT_TRUE(t.waitfor("\nyza{puts_(init")) << t.screen();
+}
+
 // Continued after a stop, as job control does, the editor paints the screen whole: the lines the
 // shell wrote over it while it was stopped go away. (tmux continues a stopped pane at once, so the
 // shell's lines are written first and the continue is sent alone.)
