@@ -1,6 +1,8 @@
 // Halting a run: the flag the machine reads, the memory limit from the environment or from the
-// size of the machine, and the texts a stopped run shows.
+// size of the machine, the room left on the C stack, and the texts a stopped run shows.
 #include "core/halt.h"
+
+#include <pthread.h>
 
 #include <cstdlib>
 #include <unistd.h>
@@ -41,6 +43,24 @@ bool roomfor(uint64_t bytes) {
   uint64_t held = memoryheld();
   if (!runhalt && (bytes > memorylimit || held > memorylimit - bytes)) runhalt = haltmemory;
   return !runhalt;
+}
+
+bool stackfor(uint64_t bytes) {
+  static thread_local uintptr_t low = 0;
+  if (!low) {
+    pthread_attr_t attr;
+    void *addr = nullptr;
+    size_t size = 0;
+    if (pthread_getattr_np(pthread_self(), &attr) == 0) {
+      pthread_attr_getstack(&attr, &addr, &size);
+      pthread_attr_destroy(&attr);
+    }
+    low = addr ? (uintptr_t)addr : 1;  // unknown: no bound
+  }
+  uintptr_t here = (uintptr_t)__builtin_frame_address(0);
+  if (here > low && here - low > bytes) return true;
+  runhalt = haltmemory;
+  return false;
 }
 
 const char *haltmessage(int why) { return why == haltmemory ? "Out of memory" : "Interrupted"; }

@@ -1,5 +1,5 @@
-// Halting a run from outside its program: the interrupt key and the memory limit both ask the
-// machine to stop, and the machine looks at one flag between its steps.
+// Halting a run from outside its program: the interrupt key, the memory limit and the end of the
+// C stack ask the machine to stop, and the machine looks at one flag between its steps.
 #pragma once
 #include <csignal>
 #include <cstdint>
@@ -46,6 +46,11 @@ inline void memorycheck(uint64_t held) {
 // A built-in whose one call can grow without bound (a power) asks before each step of its loop,
 // since the machine only looks between its own steps; what it gives after a no is never seen.
 bool roomfor(uint64_t bytes);
+
+// Whether the thread's C stack holds more than `bytes` below the caller. A run nested in a step
+// (the built-in load) goes deeper on the C stack, not on the machine's own stacks; when the room
+// runs short it asks for a halt as for memory, where the stack's end would end the process.
+bool stackfor(uint64_t bytes);
 
 // The title row's text for a run that was stopped.
 const char *haltmessage(int why);

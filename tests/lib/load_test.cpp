@@ -1,5 +1,6 @@
-// Loading program text at run time: results, nesting, every refusal as Z with the definition table
-// as it was, the same name in two loads, and a failed nested run that stops the outer one.
+// Loading program text at run time: results, nesting and its bound, every refusal as Z with the
+// definition table as it was, the same name in two loads, and a failed nested run that stops the
+// outer one.
 #include <gtest/gtest.h>
 
 #include "core/file.h"
@@ -53,6 +54,15 @@ TEST(Load, AFailedRunStopsTheProgram) {
   EXPECT_EQ(ran("load [ww,ww\\x\\x] 5"),
             "Table error while dereferencing the [ww] variable. This only occurs when you define a function in a load "
             "and use it again outside the load.");
+}
+
+// A load that loads itself without end stops as for memory once the C stack runs short, and the
+// process goes on: the run after it works, with the table as it was.
+TEST(Load, EndlessNestingStopsTheRunBeforeTheStackEnds) {
+  EXPECT_EQ(ranhere("go 0,go\\n\\load [go 0]"), "Out of memory");
+  runhalt = 0;
+  EXPECT_TRUE(loadednames().empty());
+  EXPECT_EQ(ran("load [gg 1,gg\\x\\load [hh 5 2,hh\\a\\b\\a]]"), "5");
 }
 
 // The run around an interrupted load ends before its next step, and the load's definitions leave
