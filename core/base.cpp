@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/file.h"
@@ -35,18 +34,20 @@ static void writeall(int fd, const char *p, size_t n) {
 }
 
 // The log stays open between lines, as the editor logs on almost every key, and is opened
-// again, and so made anew, once its file has been removed.
-static int logfd = -1;
+// again, and so made anew, once its file has been removed, or once a program closed its
+// descriptor: a file the program opened under the same number is not written into.
+static Kept logfile;
 
 void tolmlog(const std::string &text) {
   if (logcapture) {
     *logcapture += text;
     return;
   }
-  struct stat st;
-  if (logfd >= 0 && (fstat(logfd, &st) != 0 || st.st_nlink == 0)) close(logfd), logfd = -1;
-  if (logfd < 0) logfd = open("/tmp/tolm.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  if (logfd >= 0) writeall(logfd, text.data(), text.size());
+  uint64_t links = 0;
+  bool ours = kept(logfile, &links);
+  if (ours && links == 0) close(logfile.fd);
+  if (!ours || links == 0) logfile = keep(open("/tmp/tolm.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+  if (logfile.fd >= 0) writeall(logfile.fd, text.data(), text.size());
 }
 
 // The assertion line and the abort, with nothing cleaned up.

@@ -94,6 +94,19 @@ void fileappend(const std::string &path, const std::string &text) {
   must(close(fd) == 0);
 }
 
+Kept keep(int fd) {
+  struct stat st;
+  if (fd < 0 || fstat(fd, &st) != 0) return Kept{};
+  return Kept{fd, (uint64_t)st.st_dev, (uint64_t)st.st_ino};
+}
+
+bool kept(const Kept &k, uint64_t *links) {
+  struct stat st;
+  if (k.fd < 0 || fstat(k.fd, &st) != 0 || (uint64_t)st.st_dev != k.dev || (uint64_t)st.st_ino != k.ino) return false;
+  if (links) *links = (uint64_t)st.st_nlink;
+  return true;
+}
+
 std::string filedirof(std::string path) {
   while (!path.empty() && path.back() != '/') path.pop_back();
   return path;

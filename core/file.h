@@ -20,6 +20,19 @@ std::string fileread(const std::string &path);
 void filewrite(const std::string &path, const std::string &text);
 void fileappend(const std::string &path, const std::string &text);
 
+// A descriptor the process keeps for itself, with the file it was opened on. A program may close
+// any number (closesocket, or fclose of an fdopen) and open a file of its own under it, so the
+// keeper asks whether the number still holds its file before it counts on it, and leaves a number
+// that does not alone: it is the program's now.
+struct Kept {
+  int fd = -1;
+  uint64_t dev = 0, ino = 0;
+};
+Kept keep(int fd);  // fd's file as it is now; an fd below 0, or one that cannot be asked, gives fd -1
+// Whether k's number still holds its file; safe in a signal handler. links, when given, gets the
+// file's count of names.
+bool kept(const Kept &k, uint64_t *links = nullptr);
+
 // The directory part of a name with its "/": everything up to and including the last "/".
 std::string filedirof(std::string path);
 inline std::string dirpart(const std::string &s) { return filedirof(s); }

@@ -6,6 +6,7 @@
 #include "edit/display.h"
 #include "edit/editor.h"
 #include "edit/prompt.h"
+#include "edit/rescue.h"
 #include "edit/signals.h"
 #include "edit/term.h"
 #include "edit/view.h"
@@ -36,6 +37,7 @@ static void evalrun() {
   Outcome o = runprogram(offset, program, printed);
   runclose();
   consoleagain();
+  spareopen();
   if (o.status == "Halts") mark = marked;
   setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
   if (o.where != -1) {

@@ -12,6 +12,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "core/file.h"
 #include "edit/editor.h"
 #include "edit/save.h"
 
@@ -142,16 +143,16 @@ static bool keep(const char *folder, const char *stem, int64_t seconds, const Do
   return ok;
 }
 
-static int spare = -1;
+static Kept spare;
 
 void spareopen() {
-  if (spare < 0) spare = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  if (!kept(spare)) spare = keep(open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
 bool sparefree() {
-  if (spare < 0) return false;
-  close(spare);
-  spare = -1;
+  if (!kept(spare)) return false;  // gone, or its number is a program's file now
+  close(spare.fd);
+  spare = Kept{};
   return true;
 }
 

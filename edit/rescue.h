@@ -33,7 +33,8 @@ Rescued rescuewrite(const char *folder);
 
 // A descriptor held in reserve: a program run from the editor may open files until none is left,
 // and a save or a copy must still be written then. sparefree gives it up for the one file written
-// next (safe in a signal handler); spareopen takes it again, and is called at start.
+// next (safe in a signal handler); spareopen takes it again, and is called at start and after
+// each run, since a program may have closed it.
 void spareopen();
 bool sparefree();  // false when none was held
 

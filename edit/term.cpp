@@ -14,14 +14,17 @@
 #include <unistd.h>
 
 #include "core/base.h"
+#include "core/file.h"
 
 std::string screenout;
 std::string *screencapture = nullptr;
 
 // The terminal as the editor reaches it: its own copies of standard input and output once the
 // character mode is set, so that a program that closes or reopens 0 or 1 cannot take the screen
-// or the keys away from the editor.
-static int keysfd = 0, screenfd = 1;
+// or the keys away from the editor. A program can close the copies too (closesocket takes any
+// number): after each run a copy that lost its file is opened again by the terminal's name.
+static Kept keys{0}, screen{1};
+static std::string keysname, screenname;
 
 void flushout() {
   if (screencapture) {
@@ -31,7 +34,7 @@ void flushout() {
   }
   size_t done = 0;
   while (done < screenout.size()) {
-    ssize_t n = write(screenfd, screenout.data() + done, screenout.size() - done);
+    ssize_t n = write(screen.fd, screenout.data() + done, screenout.size() - done);
     if (n < 0 && errno == EINTR) continue;
     must(n > 0);
     done += (size_t)n;
@@ -41,10 +44,11 @@ void flushout() {
 
 static termios original, editing;
 static bool modeset = false;
-static int winchpipe[2] = {-1, -1};
+// The pipe through which the handlers tell the key loop of a change of size or a continue.
+static Kept winchends[2];
 
 void consolerestore() {
-  if (modeset) tcsetattr(keysfd, TCSANOW, &original);
+  if (modeset) tcsetattr(keys.fd, TCSANOW, &original);
 }
 
 // A change of size, or a continue after the process was stopped (by a signal a program raised,
@@ -53,16 +57,38 @@ void consolerestore() {
 static void winch(int) {
   int saved = errno;
   char b = 1;
-  if (write(winchpipe[1], &b, 1) < 0) {
+  if (write(winchends[1].fd, &b, 1) < 0) {
   }
   errno = saved;
 }
 
+// The pipe made, at start, or made anew when a program closed either end.
+static void winchopen() {
+  if (kept(winchends[0]) && kept(winchends[1])) return;
+  for (Kept &k : winchends)
+    if (kept(k)) close(k.fd);
+  int ends[2];
+  must(pipe2(ends, O_CLOEXEC) == 0);
+  fcntl(ends[1], F_SETFL, O_NONBLOCK);
+  winchends[0] = keep(ends[0]);
+  winchends[1] = keep(ends[1]);
+}
+
+// A terminal descriptor of the editor's that a program closed, or took the number of, opened
+// again by the terminal's name; the program's own file under the old number is left to it.
+static void reopen(Kept &k, const std::string &name) {
+  if (kept(k) || name.empty()) return;
+  Kept again = keep(open(name.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY));
+  if (again.fd >= 0) k = again;
+}
+
 void consolemode() {
   must(tcgetattr(0, &original) == 0);
-  keysfd = fcntl(0, F_DUPFD_CLOEXEC, 3);
-  screenfd = fcntl(1, F_DUPFD_CLOEXEC, 3);
-  must(keysfd >= 0 && screenfd >= 0);
+  keys = keep(fcntl(0, F_DUPFD_CLOEXEC, 3));
+  screen = keep(fcntl(1, F_DUPFD_CLOEXEC, 3));
+  must(keys.fd >= 0 && screen.fd >= 0);
+  if (const char *name = ttyname(keys.fd)) keysname = name;
+  if (const char *name = ttyname(screen.fd)) screenname = name;
   // A program's getchar and gets read the keys through the C library's stdin. Buffered, stdin
   // would take every key typed ahead in one read and keep those the program does not ask for,
   // and they would never reach the editor; unbuffered, it takes only the bytes it returns.
@@ -77,21 +103,24 @@ void consolemode() {
   raw.c_cc[VDISCARD] = _POSIX_VDISABLE;
   raw.c_cc[VMIN] = 1;
   raw.c_cc[VTIME] = 0;
-  must(tcsetattr(keysfd, TCSANOW, &raw) == 0);
+  must(tcsetattr(keys.fd, TCSANOW, &raw) == 0);
   modeset = true;
-  must(pipe(winchpipe) == 0);
-  fcntl(winchpipe[1], F_SETFL, O_NONBLOCK);
+  winchopen();
   signal(SIGWINCH, winch);
   signal(SIGCONT, winch);
 }
 
 void consoleagain() {
-  if (modeset) tcsetattr(keysfd, TCSANOW, &editing);
+  if (!modeset) return;
+  reopen(keys, keysname);
+  reopen(screen, screenname);
+  winchopen();
+  tcsetattr(keys.fd, TCSANOW, &editing);
 }
 
 void windowsize(int64_t &w, int64_t &h) {
   winsize ws;
-  must(ioctl(screenfd, TIOCGWINSZ, &ws) == 0);
+  must(ioctl(screen.fd, TIOCGWINSZ, &ws) == 0);
   w = ws.ws_col;
   h = ws.ws_row;
 }
@@ -175,20 +204,20 @@ std::vector<std::string> takeunits(std::string &pending) {
 std::vector<std::string> readkeys(bool &resized) {
   static std::string pending;
   resized = false;
-  pollfd fds[2] = {{keysfd, POLLIN, 0}, {winchpipe[0], POLLIN, 0}};
+  pollfd fds[2] = {{keys.fd, POLLIN, 0}, {winchends[0].fd, POLLIN, 0}};
   if (poll(fds, 2, -1) < 0) {
     must(errno == EINTR);
     return {};
   }
   if (fds[1].revents & POLLIN) {
     char drain[64];
-    must(read(winchpipe[0], drain, sizeof drain) > 0);
+    must(read(winchends[0].fd, drain, sizeof drain) > 0);
     consoleagain();
     resized = true;
   }
   if (!fds[0].revents) return {};
   char buf[4096];
-  ssize_t n = read(keysfd, buf, sizeof buf);
+  ssize_t n = read(keys.fd, buf, sizeof buf);
   if (n < 0 && errno == EINTR) return {};
   must(n > 0);
   pending.append(buf, (size_t)n);

@@ -1,6 +1,8 @@
-// The run-time base: the assertion line, the fatal stop and the log.
+// The run-time base: the assertion line, the fatal stop and the log, which keeps to its own file.
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "core/base.h"
 #include "core/file.h"
@@ -34,5 +36,26 @@ TEST(Base, LogCreatesItsFileAndAppendsToItAsItStands) {
   });
   ASSERT_EQ(c.status, 0);
   EXPECT_NE(fileread("/tmp/tolm.log").find("tolm-log-test-marker-42\n"), std::string::npos);
+}
+
+// A program may close the log's descriptor and open a file of its own under the number: the log
+// goes on in its own file, and the program's file gets none of it.
+TEST(Base, LogLeavesAFileThatTookItsNumber) {
+  std::string theirs = scratchdir() + "theirs";
+  Child c = runchild([&theirs] {
+    logcapture = nullptr;
+    tolmlog("");
+    int fd = 3;
+    for (char link[64]; fd < 1024; fd++) {
+      ssize_t n = readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), link, sizeof link);
+      if (n > 0 && std::string(link, (size_t)n) == "/tmp/tolm.log") break;
+    }
+    int mine = open(theirs.c_str(), O_WRONLY | O_CREAT, 0666);
+    if (fd == 1024 || mine < 0 || dup2(mine, fd) != fd) _exit(1);
+    tolmlog("tolm-log-test-taken-7\n");
+  });
+  ASSERT_EQ(c.status, 0);
+  EXPECT_EQ(fileread(theirs), "");
+  EXPECT_NE(fileread("/tmp/tolm.log").find("tolm-log-test-taken-7\n"), std::string::npos);
 }
 

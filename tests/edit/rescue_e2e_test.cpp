@@ -111,6 +111,32 @@ TEST(WaysOut, ASaveAndACopyAfterAProgramTookEveryDescriptor) {
   EXPECT_EQ(s.copy(), "xy" + text);
 }
 
+// A program that closed the editor's own descriptors, and then one that took every descriptor:
+// the editor opened the terminal again under new numbers, so the one it keeps in reserve must be
+// a new one too, or the save would give up the keys in its place.
+TEST(WaysOut, ASaveAfterAProgramClosedTheEditorsDescriptors) {
+  std::string dir = scratchdir(), taker = "go 100,go\\n\\(n=0)0(f{fopen (init [/dev/null]) (init [r])}go(n-1))";
+  writefile(dir + "closer", "cl 3,cl\\n\\(n>60) 0 (a{closesocket n}cl (n+1))");
+  writefile(dir + "taker", taker);
+  Session s(dir, "closer", "ulimit -n 64;");
+  ASSERT_TRUE(s.t.waitfor("File " + dir + "closer")) << s.t.screen();
+  s.escape("e");
+  ASSERT_TRUE(s.t.waitfor("Eval 0")) << s.t.screen();
+  s.escape("o");
+  s.type("taker");
+  s.t.key("Enter");
+  ASSERT_TRUE(s.t.waitfor("File " + dir + "taker")) << s.t.screen();
+  s.escape("e");
+  ASSERT_TRUE(s.t.waitfor("Eval 0")) << s.t.screen();
+  s.type("x");
+  s.t.key("C-w");
+  for (int i = 0; i < 100 && fileread(dir + "taker") != "x" + taker; i++)
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(fileread(dir + "taker"), "x" + taker);
+  s.type("y");
+  EXPECT_TRUE(s.t.waitfor("xygo_100")) << s.t.screen();
+}
+
 // Each way out with a document changed: the stop's own output first, then the copy, byte for byte,
 // and one line that says where it went. An editor with nothing unsaved leaves nothing.
 TEST(WaysOut, EachKeepsTheUnsavedDocument) {

@@ -50,12 +50,15 @@ TEST(Editing, TypeMoveOvertypeUndoAndSave) {
 }
 
 // A program can change the terminal's modes through a command it starts, or close standard input
-// and output; the keys after it still reach the editor one by one, unechoed, and it still paints.
+// and output, or any descriptor; the keys after it still reach the editor one by one, unechoed,
+// and it still paints.
 TEST(Editing, KeysStillArriveAfterAProgramTookTheTerminal) {
   std::string dir = scratchdir(), path = dir + "prog.txt";
   for (auto [text, shown, result] : {
            std::tuple{"system (init [stty icanon echo])", "system_(init", "Eval 0"},
            {"a{fclose stdout}b{fclose (fdopen 0 (init [r]))}V a b", "a{fclose_stdout}", "Eval (V0_0)"},
+           // every descriptor past the standard three, the editor's own copies among them
+           {"cl 3,cl\\n\\(n>60) 0 (a{closesocket n}cl (n+1))", "cl_3,cl", "Eval 0"},
        }) {
     writefile(path, text);
     Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
