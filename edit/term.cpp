@@ -53,18 +53,22 @@ void consolerestore() {
 
 // A change of size, or a continue after the process was stopped (by a signal a program raised,
 // or from outside), is told to the key loop through the pipe; after a stop the screen holds the
-// shell's lines, so it is painted whole as after a resize, and the modes are set again.
+// shell's lines, so it is painted whole as after a resize, and the modes are set again. While a
+// program holds the pipe's number for a file of its own, nothing is written into that file.
 static void winch(int) {
   int saved = errno;
   char b = 1;
-  if (write(winchends[1].fd, &b, 1) < 0) {
+  if (kept(winchends[1]) && write(winchends[1].fd, &b, 1) < 0) {
   }
   errno = saved;
 }
 
-// The pipe made, at start, or made anew when a program closed either end.
+// The pipe made, at start, or made anew when a program closed either end. A new pipe starts with
+// a notice in it, since one may have been missed while the old one was gone: the screen is then
+// painted whole at the window's size, once.
 static void winchopen() {
   if (kept(winchends[0]) && kept(winchends[1])) return;
+  bool again = winchends[0].fd >= 0;
   for (Kept &k : winchends)
     if (kept(k)) close(k.fd);
   int ends[2];
@@ -72,6 +76,7 @@ static void winchopen() {
   fcntl(ends[1], F_SETFL, O_NONBLOCK);
   winchends[0] = keep(ends[0]);
   winchends[1] = keep(ends[1]);
+  if (again) winch(0);
 }
 
 // A terminal descriptor of the editor's that a program closed, or took the number of, opened

@@ -85,6 +85,26 @@ TEST(Editing, AProgramReadingAKeyLeavesTheKeysTypedAheadToTheEditor) {
   EXPECT_TRUE(t.waitfor("\nyza{puts_(init")) << t.screen();
 }
 
+// The window changes while a program holds every number past the standard three, that of the
+// pipe which tells the editor of a resize among them: the program's file gets nothing of the
+// editor's, and once the run is over the screen is drawn at the new size all the same.
+TEST(Editing, AResizeWhileAProgramHoldsTheEditorsNumbers) {
+  std::string dir = scratchdir(), path = dir + "prog.txt", out = dir + "out";
+  std::string open = "fopen (init [" + out + "]) (init [a])";
+  writefile(path, "a{cl 3}b{go 20}s{system (init [sleep 2])}f{" + open + "}w{fputc 111 f}x{fclose f}0," +
+                      "cl\\n\\(n>60) 0 (a{closesocket n}cl (n+1)),go\\n\\(n=0) 0 (f{" + open + "}go (n-1))");
+  Tmux t(80, 20, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
+  t.key("Escape");
+  t.type("e");
+  ASSERT_TRUE(t.waitfor("Eval Running...")) << t.screen();
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));  // the files are open, the command sleeps
+  t.resize(70, 15);
+  ASSERT_TRUE(t.waitfor("Eval 0", 10000)) << t.screen();
+  EXPECT_EQ(fileread(out), "o");
+  EXPECT_TRUE(t.waitfor("Eval 0\na{cl_3}b{go_20}")) << t.screen();  // the title row where it belongs
+}
+
 // Continued after a stop, as job control does, the editor paints the screen whole: the lines the
 // shell wrote over it while it was stopped go away. (tmux continues a stopped pane at once, so the
 // shell's lines are written first and the continue is sent alone.)
