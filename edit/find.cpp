@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/base.h"
+#include "core/halt.h"
 #include "edit/commands.h"
 #include "edit/display.h"
 #include "edit/editor.h"
@@ -417,6 +418,19 @@ void logswap(int64_t start, int64_t end, const std::string &from, const std::str
   edittodo(o->v);
 }
 
+// Whether the swap of from for to in [start, end) puts in no more than textmost bytes beyond those
+// it takes out. The new text is held a few times over on the way (the range, the text around it,
+// the window), so a larger swap would end the editor, or have the system end it with no copy kept.
+static bool swapfits(const Doc &d, int64_t start, int64_t end, const std::string &from, const std::string &to) {
+  if (to.size() <= from.size()) return true;
+  std::string text = textrange(d, start, end);
+  uint64_t n = 0;  // the occurrences, as swapbits finds them
+  if (from.empty()) n = text.empty() ? 0 : text.size() - 1;
+  else
+    for (size_t i = text.find(from); i != std::string::npos; i = text.find(from, i + from.size())) n++;
+  return n <= textmost() / (to.size() - from.size());
+}
+
 // The word shows which text is being typed: "Swap" the search text, "With" its replacement.
 static void swappainter() { paintdoc(failtext.empty() ? "Swap" : "With"); }
 
@@ -436,6 +450,7 @@ void tolmdomx() {
     Doc &d = cur();
     int64_t start = mark == -1 ? d.point : std::min(d.point, mark);
     int64_t end = mark == -1 ? lenof(d) : std::max(d.point, mark);
+    if (!swapfits(d, start, end, failtext, textof(promptline))) return bell();  // waits to be mended
     logswap(start, end, failtext, textof(promptline));
     mark = -1;
     leavemode();

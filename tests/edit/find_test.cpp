@@ -1,7 +1,8 @@
 // Search and replace: the pattern classes, the matcher, Find's moves and its marks on the screen,
-// and Swap with its record and its exact undo.
+// and Swap with its record, its exact undo and its bound.
 #include <gtest/gtest.h>
 
+#include "core/halt.h"
 #include "edit/find.h"
 #include "edit/glyph.h"
 #include "tests/edit/edittest.h"
@@ -164,4 +165,20 @@ TEST_F(Swap, TheSelectionAndAnEmptySearchText) {
   press("\x1f");
   EXPECT_EQ(textof(d), "abba");
   EXPECT_EQ(d.point, 2);
+}
+
+// A swap that would put in more than the editor may hold rings and waits, with both texts kept,
+// for a shorter replacement; the selection ends no sooner than the swap.
+TEST_F(Swap, OnePastWhatTheEditorMayHoldRingsAndWaits) {
+  Doc &d = opendoc("/m", std::string(60, 'a'));
+  uint64_t limit = memorylimit;
+  memorylimit = 400;  // at most 100 bytes put in
+  d.point = 0;
+  typetext("\x1bxa\taaa");
+  EXPECT_TRUE(rings("\t"));  // 60 places, two more bytes each
+  EXPECT_EQ(keys, "\x1bx");
+  EXPECT_EQ(textof(d), std::string(60, 'a'));
+  typetext("\x7f\t");
+  EXPECT_EQ(textof(d), std::string(120, 'a'));
+  memorylimit = limit;
 }
