@@ -46,7 +46,7 @@ void tolmlog(const std::string &text) {
   uint64_t links = 0;
   bool ours = kept(logfile, &links);
   if (ours && links == 0) close(logfile.fd);
-  if (!ours || links == 0) logfile = keep(open("/tmp/tolm.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+  if (!ours || links == 0) logfile = keepfd(open("/tmp/tolm.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
   if (logfile.fd >= 0) writeall(logfile.fd, text.data(), text.size());
 }
 

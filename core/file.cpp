@@ -94,7 +94,7 @@ void fileappend(const std::string &path, const std::string &text) {
   must(close(fd) == 0);
 }
 
-Kept keep(int fd) {
+Kept keepfd(int fd) {
   struct stat st;
   if (fd < 0 || fstat(fd, &st) != 0) return Kept{};
   return Kept{fd, (uint64_t)st.st_dev, (uint64_t)st.st_ino};

@@ -28,7 +28,8 @@ struct Kept {
   int fd = -1;
   uint64_t dev = 0, ino = 0;
 };
-Kept keep(int fd);  // fd's file as it is now; an fd below 0, or one that cannot be asked, gives fd -1
+// fd's file as it is now; an fd below 0, or one that cannot be asked, gives fd -1.
+Kept keepfd(int fd);
 // Whether k's number still holds its file; safe in a signal handler. links, when given, gets the
 // file's count of names.
 bool kept(const Kept &k, uint64_t *links = nullptr);

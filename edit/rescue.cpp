@@ -146,7 +146,7 @@ static bool keep(const char *folder, const char *stem, int64_t seconds, const Do
 static Kept spare;
 
 void spareopen() {
-  if (!kept(spare)) spare = keep(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  if (!kept(spare)) spare = keepfd(open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
 bool sparefree() {

@@ -74,8 +74,8 @@ static void winchopen() {
   int ends[2];
   must(pipe2(ends, O_CLOEXEC) == 0);
   fcntl(ends[1], F_SETFL, O_NONBLOCK);
-  winchends[0] = keep(ends[0]);
-  winchends[1] = keep(ends[1]);
+  winchends[0] = keepfd(ends[0]);
+  winchends[1] = keepfd(ends[1]);
   if (again) winch(0);
 }
 
@@ -83,14 +83,14 @@ static void winchopen() {
 // again by the terminal's name; the program's own file under the old number is left to it.
 static void reopen(Kept &k, const std::string &name) {
   if (kept(k) || name.empty()) return;
-  Kept again = keep(open(name.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY));
+  Kept again = keepfd(open(name.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY));
   if (again.fd >= 0) k = again;
 }
 
 void consolemode() {
   must(tcgetattr(0, &original) == 0);
-  keys = keep(fcntl(0, F_DUPFD_CLOEXEC, 3));
-  screen = keep(fcntl(1, F_DUPFD_CLOEXEC, 3));
+  keys = keepfd(fcntl(0, F_DUPFD_CLOEXEC, 3));
+  screen = keepfd(fcntl(1, F_DUPFD_CLOEXEC, 3));
   must(keys.fd >= 0 && screen.fd >= 0);
   if (const char *name = ttyname(keys.fd)) keysname = name;
   if (const char *name = ttyname(screen.fd)) screenname = name;
