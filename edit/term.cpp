@@ -3,6 +3,7 @@
 // It calls nothing of the editor: the key loop calls down into it.
 #include "edit/term.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -126,8 +127,8 @@ void consoleagain() {
 void windowsize(int64_t &w, int64_t &h) {
   winsize ws;
   must(ioctl(screen.fd, TIOCGWINSZ, &ws) == 0);
-  w = ws.ws_col;
-  h = ws.ws_row;
+  w = std::min<int64_t>(ws.ws_col, windowmost);
+  h = std::min<int64_t>(ws.ws_row, windowmost);
 }
 
 // The length of the key unit at i, or 0 when the string ends before the unit does.

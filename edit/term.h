@@ -19,6 +19,10 @@ void consolerestore();
 // The editor's modes set once more, after a program ran that may have changed them (a command it
 // started with system, such as stty), and after the process went on from a stop.
 void consoleagain();
+// The window's size, each side at most windowmost. A terminal can be told any size up to 65535 by
+// 65535 (stty cols, from a program too), and the screen's planes at that size would take 17 GB;
+// no screen shows more than windowmost, and the cells past it are left as they are.
+constexpr int64_t windowmost = 4096;
 void windowsize(int64_t &w, int64_t &h);
 
 // The length of the key unit at i of s, or 0 when s ends before the unit is whole: one byte, a

@@ -1,5 +1,11 @@
-// Key units, the terminal's spellings of keys, and the dispatcher's routing.
+// Key units, the terminal's spellings of keys, the window's bounded size, and the dispatcher's
+// routing.
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <tuple>
 
 #include "edit/term.h"
 #include "tests/edit/edittest.h"
@@ -43,6 +49,22 @@ class Dispatch : public EditorTest<40, 8> {
     keydispatch();
   }
 };
+
+// The window's size as the terminal tells it, each side bounded: a pseudo-terminal told 50000 rows
+// of 60000 columns gives windowmost for both.
+TEST(TerminalKeys, TheWindowSizeIsBounded) {
+  for (auto [rows, cols, want] : {std::tuple{40, 100, "100 40"}, {50000, 60000, "4096 4096"}}) {
+    Child c = runchild([rows, cols] {
+      int master, slave;
+      winsize ws = {(unsigned short)rows, (unsigned short)cols, 0, 0};
+      if (openpty(&master, &slave, nullptr, nullptr, &ws) != 0 || dup2(slave, 1) != 1) _exit(1);
+      int64_t w, h;
+      windowsize(w, h);
+      fprintf(stderr, "%lld %lld", (long long)w, (long long)h);
+    });
+    EXPECT_EQ(c.err, want);
+  }
+}
 
 TEST_F(Dispatch, ControlGRingsTheBellButNotAfterEscape) {
   press("\x1b\x07");
