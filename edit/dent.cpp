@@ -20,18 +20,21 @@ struct Line {
   int64_t start, trail, end;
 };
 
-// The lines from first up to last, each ending in a newline.
-static std::vector<Line> linesof(const Doc &d, int64_t first, int64_t last) {
-  std::vector<Line> lines;
+// Gives each the lines from first up to last, each ending in a newline, until it answers false:
+// then false, else true. The lines are found as they are walked, not listed, since a list of them
+// takes 24 bytes a line, a dozen times a text of short lines, and the system ends an editor that
+// runs out of memory with no copy kept.
+template <class Each>
+static bool eachline(const Doc &d, int64_t first, int64_t last, Each each) {
   for (int64_t s = first; s < last;) {
     int64_t e = s;
     while (charat(d, e) != 10) e++;
     int64_t t = e;
     while (t > s && charat(d, t - 1) == ' ') t--;
-    lines.push_back({s, t, e});
+    if (!each(Line{s, t, e})) return false;
     s = e + 1;
   }
-  return lines;
+  return true;
 }
 
 // The record: the end of the range in 4 bytes, lowest first; the operation byte; then for each
@@ -72,13 +75,14 @@ void denttodo(Oper *o) {
   Doc &d = cur();
   Dent r = unpack(o);
   std::string out;
-  for (const Line &l : linesof(d, (int64_t)o->w, r.last)) {
+  eachline(d, (int64_t)o->w, r.last, [&](const Line &l) {
     must(nextcount(r) == l.end - l.trail);
-    std::string kept = textrange(d, l.start, l.trail);
-    if (!kept.empty() && r.b == dentdrop) kept.erase(0, 1);
-    else if (!kept.empty() && r.b != denttrim) kept.insert(kept.begin(), (char)r.b);
-    out += kept + "\n";
-  }
+    int64_t from = l.start + (l.trail > l.start && r.b == dentdrop);
+    if (l.trail > l.start && r.b != dentdrop && r.b != denttrim) out += (char)r.b;
+    out += textrange(d, from, l.trail);
+    out += '\n';
+    return true;
+  });
   replacelines(d, (int64_t)o->w, r.last, out);
 }
 
@@ -120,16 +124,17 @@ void logdent(unsigned char b) {
   last++;
   if (first >= last) return;
   tolmlog("Wtf, my coed is:" + std::to_string(b) + "\n");
-  std::vector<Line> lines = linesof(d, first, last);
-  for (const Line &l : lines) {
-    if (b == dentdrop && l.trail > l.start && charat(d, l.start) != ' ') {
-      d.point = l.start;
-      keepvisible(d, false);
-      return;
-    }
+  int64_t refused = -1;
+  eachline(d, first, last, [&](const Line &l) {
+    if (b == dentdrop && l.trail > l.start && charat(d, l.start) != ' ') refused = l.start;
+    return refused == -1;
+  });
+  if (refused != -1) {
+    d.point = refused;
+    keepvisible(d, false);
+    return;
   }
-  auto notrail = [](const Line &l) { return l.trail == l.end; };
-  if (b == denttrim && std::all_of(lines.begin(), lines.end(), notrail)) return;
+  if (b == denttrim && eachline(d, first, last, [](const Line &l) { return l.trail == l.end; })) return;
   Oper *o = new Oper;
   o->name = curname;
   o->t = 7;
@@ -138,10 +143,11 @@ void logdent(unsigned char b) {
   o->data += (char)b;
   std::string bits;
   int64_t n = 0;
-  for (const Line &l : lines) {
+  eachline(d, first, last, [&](const Line &l) {
     for (int64_t k = l.trail; k < l.end; k++) setbit(n++, 1, bits);
     n++;
-  }
+    return true;
+  });
   o->data += bits;
   addop(o);
   edittodo(o->v);
