@@ -1,7 +1,6 @@
 // M-v: the definitions of the program in the document are put in the order of their names, as one
 // undoable record that keeps the whole text before the sort.
 #include <algorithm>
-#include <set>
 
 #include "core/cell.h"
 #include "edit/commands.h"
@@ -16,10 +15,10 @@
 // The name that a piece after a depth-0 comma defines, or "" when the piece defines nothing: its
 // term must be "\" applied to a name, or to name() for a global without parameters, and to a body
 // that is not empty. The piece's leading white space is not part of the definition.
-static std::string definedname(const std::string &piece) {
+static std::string definedname(std::string_view piece) {
   size_t from = piece.find_first_not_of(" \n");
   if (from == std::string::npos) return "";
-  CellRef t = parsetop(normalise(std::string_view(piece).substr(from)));
+  CellRef t = parsetop(normalise(piece.substr(from)));
   if (!cellispair(t) || isleafcell(t->left) || !leafis(t->left->left, "\\") || leafis(t->right, "}"))
     return "";
   const Cell *x = t->left->right;
@@ -33,25 +32,30 @@ static std::string definedname(const std::string &piece) {
 
 // The text before the first definition stays in front; then come the definitions by name, one
 // name's definitions in their old order; then every other piece in its old order. Each piece keeps
-// the comma before it, so the bytes of the text are only moved, never changed.
+// the comma before it, so the bytes of the text are only moved, never changed. The pieces stay in
+// the text, known by their commas: copies of them would take 32 bytes and more a piece, many times
+// a text of short ones, and the system ends an editor that runs out of memory with no copy kept.
 static std::string sortdefinitions(const std::string &text) {
-  std::vector<size_t> commas = oppositions(text, ",");
-  std::set<std::pair<std::string, size_t>> defs;
-  std::vector<std::string> pieces;
-  std::vector<bool> isdef;
-  for (size_t i = 0; i < commas.size(); i++) {
-    size_t end = i + 1 < commas.size() ? commas[i + 1] : text.size();
-    pieces.push_back(text.substr(commas[i], end - commas[i]));
-    std::string name = definedname(pieces.back().substr(1));
-    isdef.push_back(!name.empty());
-    if (isdef.back()) defs.insert({name, i});
+  std::vector<size_t> ends = oppositions(text, ",");  // each piece runs from its comma to the next
+  size_t pieces = ends.size();
+  ends.push_back(text.size());
+  auto piece = [&](size_t i) { return std::string_view(text).substr(ends[i], ends[i + 1] - ends[i]); };
+  std::vector<std::pair<std::string, size_t>> defs;  // by name, then in their old order
+  std::vector<bool> isdef(pieces);
+  for (size_t i = 0; i < pieces; i++) {
+    std::string name = definedname(piece(i).substr(1));
+    if (name.empty()) continue;
+    isdef[i] = true;
+    defs.push_back({std::move(name), i});
   }
-  size_t first = (size_t)(std::find(isdef.begin(), isdef.end(), true) - isdef.begin());
-  if (first == pieces.size()) return text;
-  std::string out = text.substr(0, commas[first]);
-  for (const auto &[name, i] : defs) out += pieces[i];
-  for (size_t i = first; i < pieces.size(); i++)
-    if (!isdef[i]) out += pieces[i];
+  if (defs.empty()) return text;
+  size_t first = defs[0].second;
+  std::sort(defs.begin(), defs.end());
+  std::string out = text.substr(0, ends[first]);
+  out.reserve(text.size());
+  for (const auto &[name, i] : defs) out += piece(i);
+  for (size_t i = first; i < pieces; i++)
+    if (!isdef[i]) out += piece(i);
   return out;
 }
 
