@@ -27,6 +27,16 @@ static std::string findhome() {
   return "/";
 }
 
+// The current directory, as long as its name is. One that was removed while the shell stood in it
+// has no name; relative names then go through /proc/self/cwd/, which still reaches it, so that
+// they fail to open or save there as they would in the directory itself, and the editor starts.
+static std::string currentdir() {
+  char *here = getcwd(nullptr, 0);
+  std::string dir = here ? here : "/proc/self/cwd";
+  free(here);
+  return finddir(dir);
+}
+
 static void stopwith(const std::string &line) {
   fputs(line.c_str(), stdout);
   fflush(stdout);
@@ -60,9 +70,7 @@ int main(int argc, char **argv) {
   tolmstart();
   builtinsinstall();
   homedir = findhome();
-  char here[4096];
-  must(getcwd(here, sizeof here) != nullptr);
-  workdir = finddir(here);
+  workdir = currentdir();
   srand(0);
   openlog(scratchname);
   docs[scratchname] = newdoc("");

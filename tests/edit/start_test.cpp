@@ -1,6 +1,7 @@
 // The editor as a whole, started as users start it: in a terminal, on files, and on bad names.
 // An install puts both programs and their manual pages where man finds them, well-formed.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/file.h"
@@ -42,6 +43,26 @@ TEST(Start, BadNamesStopBeforeTheScreenIsTouched) {
   Child piped = runcommand("TOLM_MEMORY=4K " + std::string(TOLMRUN_BIN) + " - < " + dir + "large");
   EXPECT_EQ(piped.status, 2);
   EXPECT_EQ(piped.err, "tolmrun: standard input: File too large\n");
+}
+
+// Started in a directory that was removed, the editor reaches relative names through the one way
+// left, /proc/self/cwd/, where none can be opened; in one deeper than the longest path the system
+// names at once, it still has the whole name.
+TEST(Start, FromARemovedDirectoryOrOneDeeperThanTheLongestPath) {
+  std::string dir = scratchdir(), deep = dir, step(200, 'd');
+  Child gone = runcommand("mkdir " + dir + "gone && cd " + dir + "gone && rmdir ../gone && " + tolm + " rel");
+  EXPECT_EQ(gone.status, 1) << gone.err;
+  EXPECT_EQ(gone.out, "Cannot open file: /proc/self/cwd/rel\n");
+  for (int i = 0; i < 24; i++) deep += step + "/";
+  Child far = runchild([&] {  // a step at a time: the shell's cd takes the whole name at once
+    if (chdir(dir.c_str()) != 0) _exit(3);
+    for (int i = 0; i < 24; i++)
+      if (mkdir(step.c_str(), 0755) != 0 || chdir(step.c_str()) != 0) _exit(3);
+    execl(tolm.c_str(), "tolm", "rel", (char *)nullptr);
+    _exit(3);
+  });
+  EXPECT_EQ(far.status, 1) << far.err;
+  EXPECT_EQ(far.out, "Cannot open file: " + deep + "rel\n");
 }
 
 // Both programs read their options before anything else: an unknown one stops them with nothing
