@@ -66,7 +66,12 @@ int main(int argc, char **argv) {
   fflush(stdout);
   printed += "\n";
   fwrite(printed.data(), 1, printed.size(), stdout);
-  fflush(stdout);
+  // A result that could not be written (a full disk, or a program that closed standard output)
+  // is lost: the runner says so and fails, as a tool in a pipeline must.
+  if (fflush(stdout) != 0 || ferror(stdout)) {
+    perror("tolmrun: standard output");
+    return 2;
+  }
   if (o.status == "Empty") return 0;
   if (o.where != -1) fprintf(stderr, "where %lld\n", (long long)o.where);
   return 1;

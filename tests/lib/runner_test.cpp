@@ -27,6 +27,18 @@ TEST(Runner, ResultsAndFailures) {
   EXPECT_EQ(tolmrun("x{puts(init[hello])}K").out, "hello\nK\n");  // what the program prints comes first
 }
 
+// A result that cannot be written is an error of the runner's, whichever way standard output failed.
+TEST(Runner, AResultThatCannotBeWrittenFails) {
+  std::string dir = scratchdir();
+  writefile(dir + "p", "2^10");
+  Child full = runcommand(std::string(TOLMRUN_BIN) + " " + dir + "p > /dev/full");
+  EXPECT_EQ(full.status, 2);
+  EXPECT_EQ(full.err, "tolmrun: standard output: No space left on device\n");
+  Child closed = tolmrun("a{fclose stdout}K");
+  EXPECT_EQ(closed.status, 2);
+  EXPECT_EQ(closed.err, "tolmrun: standard output: Bad file descriptor\n");
+}
+
 TEST(Runner, NewlinesOfAResultStayAsTheyAre) {
   EXPECT_EQ(tolmrun("[a\nb]").out, "[ab]\n");  // a newline in the source of a text is layout
   EXPECT_EQ(tolmrun(std::string("[a") + '\0' + "b]").out, "[a\nb]\n");  // the editor's line end is one
