@@ -1,6 +1,7 @@
 // Shared test helpers: captured log and screen, a child process with its output, a scratch
 // directory, and an editor state reset to its start values.
 #pragma once
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -20,6 +21,11 @@ Child runcommand(const std::string &command);
 // The most memory a shell command took, in kilobytes, with its exit status: measured from a child
 // of the test's own whose only child is the command, so that nothing else the test ran counts.
 long peakkb(const std::string &command, int &status);
+
+// In a child: caps the address space at what the process holds now and more bytes besides, so that
+// a step that takes many times the room it should fails at once. Under the sanitizer, whose shadow
+// takes more address space than any such cap, it leaves the process as it is.
+void capmemory(uint64_t more);
 
 // Sets the flag that halts a run after ms milliseconds, as the editor's interrupt key does: from a
 // handler installed without SA_RESTART, so that a blocking call returns with EINTR. Whoever runs

@@ -1,12 +1,9 @@
 // The Dent mode: each whole line of the range gets its front changed and its trailing blanks taken
 // off, as one record that undo reverses byte for byte, in little more room than the text's.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdio>
-#include <cstdlib>
 
-#include "core/file.h"
 
 #include "tests/edit/edittest.h"
 
@@ -60,7 +57,7 @@ TEST_F(Dent, TabOnlyTrimsAndTheKeyIsTypedInTheAlphabet) {
 
 // The lines are walked, not listed: Dent over two million lines of two bytes stays within 64 MB
 // more than the process held, where the list of them alone took 48 MB, and as much again while it
-// grew. (The sanitizer's shadow takes more address space than any such bound.)
+// grew.
 TEST_F(Dent, ATextOfShortLinesIsWalkedNotListed) {
   Child c = runchild([] {
     std::string text;
@@ -68,12 +65,7 @@ TEST_F(Dent, ATextOfShortLinesIsWalkedNotListed) {
     Doc &d = opendoc("/s", text);
     text.clear();
     text.shrink_to_fit();
-#ifndef __SANITIZE_ADDRESS__
-    std::string status = fileread("/proc/self/status");
-    rlim_t held = (rlim_t)atoll(status.c_str() + status.find("VmSize:") + 7) << 10;
-    rlimit most = {held + (64 << 20), held + (64 << 20)};
-    setrlimit(RLIMIT_AS, &most);
-#endif
+    capmemory(64 << 20);
     typetext("\x1bi#");
     printf("%lld %d", (long long)lenof(d), textrange(d, 0, 6) == "#x\n#x\n");
   });

@@ -1,12 +1,9 @@
 // M-v: the definitions of a program sorted by name with every other piece kept, the record that
 // undo and redo replay, a text whose brackets do not match, and the room a long text takes.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdio>
-#include <cstdlib>
 
-#include "core/file.h"
 
 #include "tests/edit/edittest.h"
 
@@ -43,8 +40,7 @@ TEST_F(Vows, BracketsThatDoNotMatchAreShownAndNothingMoves) {
 }
 
 // The pieces stay in the text, known by their commas: two million pieces of two bytes sort within
-// 64 MB more than the process held, where copies of them alone took as much. (The sanitizer's
-// shadow takes more address space than any such bound.)
+// 64 MB more than the process held, where copies of them alone took as much.
 TEST_F(Vows, ATextOfShortPiecesIsNotCopiedPieceByPiece) {
   Child c = runchild([] {
     std::string text = "0,ab\\1";
@@ -52,12 +48,7 @@ TEST_F(Vows, ATextOfShortPiecesIsNotCopiedPieceByPiece) {
     Doc &d = opendoc("/s", text + ",aa\\1");
     text.clear();
     text.shrink_to_fit();
-#ifndef __SANITIZE_ADDRESS__
-    std::string status = fileread("/proc/self/status");
-    rlim_t held = (rlim_t)atoll(status.c_str() + status.find("VmSize:") + 7) << 10;
-    rlimit most = {held + (64 << 20), held + (64 << 20)};
-    setrlimit(RLIMIT_AS, &most);
-#endif
+    capmemory(64 << 20);
     press("\x1bv");
     printf("%lld %d", (long long)lenof(d), textrange(d, 0, 14) == "0,aa\\1,ab\\1,x,");
   });
