@@ -65,6 +65,9 @@ static void poolreserve() {
   constexpr size_t reserve = 16ull << 30;  // address space only: pages are taken as they are touched
   static char none;                        // a refused reservation leaves the stretch empty
   void *p = mmap(nullptr, reserve, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  // Large pages where the system offers them: a run that builds long lists touches fresh pages
+  // all the time, and the faults of small pages took a tenth of its time.
+  if (p != MAP_FAILED) madvise(p, reserve, MADV_HUGEPAGE);
   poolstart = poolnext = p == MAP_FAILED ? &none : (char *)p;
   poolend = p == MAP_FAILED ? &none : poolstart + reserve;
 }
