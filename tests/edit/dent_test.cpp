@@ -4,7 +4,6 @@
 
 #include <cstdio>
 
-
 #include "tests/edit/edittest.h"
 
 using Dent = EditorTest<20, 5>;

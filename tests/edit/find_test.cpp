@@ -168,7 +168,7 @@ TEST_F(Swap, TheSelectionAndAnEmptySearchText) {
 }
 
 // A swap that would put in more than the editor may hold rings and waits, with both texts kept,
-// for a shorter replacement; the selection ends no sooner than the swap.
+// for a shorter replacement.
 TEST_F(Swap, OnePastWhatTheEditorMayHoldRingsAndWaits) {
   Doc &d = opendoc("/m", std::string(60, 'a'));
   uint64_t limit = memorylimit;

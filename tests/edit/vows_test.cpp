@@ -4,7 +4,6 @@
 
 #include <cstdio>
 
-
 #include "tests/edit/edittest.h"
 
 using Vows = EditorTest<30, 6>;
