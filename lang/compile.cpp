@@ -335,6 +335,7 @@ bool Compiler::bind(const Item &x, const Item &value, const Item &body, const It
   auto saved = env;
   uint32_t savedbound = bound;
   int v = headbyte(x.t) - 'a';
+  must(v >= 0 && v < 26);  // a variable is one small letter
   env[v] = (uint8_t)slot;
   bound |= 1u << v;
   apply(body, a, from, tail);

@@ -44,8 +44,9 @@ uint32_t typeword(unsigned char dtype, DIR *dir, const char *name) {
 bool fetch(Listing &l) {
   dirent *e = ::readdir(l.dir);
   if (!e) return false;
-  strncpy(l.name, e->d_name, sizeof l.name - 1);
-  l.name[sizeof l.name - 1] = 0;
+  size_t n = strnlen(e->d_name, sizeof l.name - 1);
+  memcpy(l.name, e->d_name, n);
+  l.name[n] = 0;
   l.type = typeword(e->d_type, l.dir, e->d_name);
   return true;
 }

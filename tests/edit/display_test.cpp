@@ -138,7 +138,7 @@ TEST_F(Screen, ControlLAndAResizeDrawOverWhatOthersWrote) {
   show();
   std::vector<std::string> rows;
   for (int r = 0; r < h; r++) rows.push_back(term.row(r));
-  for (std::string keys : {"\x0c", "\x1bj\x0c", ""}) {
+  for (std::string typed : {"\x0c", "\x1bj\x0c", ""}) {
     term.feed("\x1b[2;1Hscribbled\r\n\r\n\r\n\r\n\r\n\r\n\r\n\r\nscrolled");
     // a scrolling region, origin mode, no wrap, insertion, line drawing for the letters
     term.feed("\x1b[3;5r\x1b[?6h\x1b[?7l\x1b[4h\x1b(0");
@@ -146,9 +146,9 @@ TEST_F(Screen, ControlLAndAResizeDrawOverWhatOthersWrote) {
     press("\x06");
     show();
     EXPECT_NE(term.row(1), rows[1]);
-    keys.empty() ? resized(w, h) : press(keys);
+    typed.empty() ? resized(w, h) : press(typed);
     show();
-    for (int r = 1; r < h; r++) EXPECT_EQ(term.row(r), rows[(size_t)r]) << keys << r;
+    for (int r = 1; r < h; r++) EXPECT_EQ(term.row(r), rows[(size_t)r]) << typed << r;
     press("\x07");
   }
 }
