@@ -80,6 +80,12 @@ static void winchopen() {
   if (again) winch(0);
 }
 
+// The terminal's ways of sending keys, put back to those the key layer reads: cursor keys and the
+// keypad as plain keys, and no reports of the mouse or of pasting. A program or a command it ran
+// may have asked for any of them and not asked back (a full-screen command that was killed), and
+// then a click, a keypad digit or a paste would come in as bytes typed into the text.
+static const char keymodes[] = "\x1b[?1l\x1b>\x1b[?1000l\x1b[?1002l\x1b[?1003l\x1b[?1005l\x1b[?1006l\x1b[?1015l\x1b[?2004l";
+
 // A terminal descriptor of the editor's that a program closed, or took the number of, opened
 // again by the terminal's name; the program's own file under the old number is left to it.
 static void reopen(Kept &k, const std::string &name) {
@@ -111,6 +117,7 @@ void consolemode() {
   raw.c_cc[VTIME] = 0;
   must(tcsetattr(keys.fd, TCSANOW, &raw) == 0);
   modeset = true;
+  screenout += keymodes;
   winchopen();
   signal(SIGWINCH, winch);
   signal(SIGCONT, winch);
@@ -122,6 +129,7 @@ void consoleagain() {
   reopen(screen, screenname);
   winchopen();
   tcsetattr(keys.fd, TCSANOW, &editing);
+  screenout += keymodes;
 }
 
 void windowsize(int64_t &w, int64_t &h) {

@@ -17,7 +17,8 @@ void flushout();
 void consolemode();
 void consolerestore();
 // The editor's modes set once more, after a program ran that may have changed them (a command it
-// started with system, such as stty), and after the process went on from a stop.
+// started with system, such as stty), and after the process went on from a stop: the terminal's
+// line modes, and the ways it sends keys, which go out with the next flush.
 void consoleagain();
 // The window's size, each side at most windowmost. A terminal can be told any size up to 65535 by
 // 65535 (stty cols, from a program too), and the screen's planes at that size would take 17 GB;

@@ -105,6 +105,22 @@ TEST(Editing, AResizeWhileAProgramHoldsTheEditorsNumbers) {
   EXPECT_TRUE(t.waitfor("Eval 0\na{cl_3}b{go_20}")) << t.screen();  // the title row where it belongs
 }
 
+// A program that asks the terminal to report the mouse, or to send the cursor keys and the keypad
+// in their other forms, and does not ask back: after the run the terminal sends plain keys again,
+// so that a click or a keypad digit does not come in as bytes typed into the text.
+TEST(Editing, AfterARunTheTerminalSendsPlainKeysAgain) {
+  std::string dir = scratchdir(), path = dir + "prog.txt";
+  writefile(path, "a{csi (init [?1000h])}b{csi (init [?1006h])}c{csi (init [?1h])}d{putchar 27}e{putchar 61}"
+                  "f{fflush stdout}0,csi\\s\\a{putchar 27}b{putchar 91}puts s");
+  Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
+  t.key("Escape");
+  t.type("e");
+  ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
+  std::string flags = "#{mouse_standard_flag}#{mouse_sgr_flag}#{keypad_flag}#{keypad_cursor_flag}";
+  EXPECT_EQ(runcommand("tmux -L " + t.sock + " display -p '" + flags + "'").out, "0000\n");
+}
+
 // Continued after a stop, as job control does, the editor paints the screen whole: the lines the
 // shell wrote over it while it was stopped go away. (tmux continues a stopped pane at once, so the
 // shell's lines are written first and the continue is sent alone.)
