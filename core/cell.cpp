@@ -61,7 +61,8 @@ static void givesmall(Cell *c) { giveheap(c); }
 static Cell *freecells = nullptr;
 static char *poolstart = nullptr, *poolnext = nullptr, *poolend = nullptr;
 
-static void poolreserve() {
+// Kept out of line, as giveheap is, so that the pool's own path stays small enough to be inlined.
+[[gnu::noinline]] static void poolreserve() {
   constexpr size_t reserve = 16ull << 30;  // address space only: pages are taken as they are touched
   static char none;                        // a refused reservation leaves the stretch empty
   void *p = mmap(nullptr, reserve, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
