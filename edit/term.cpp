@@ -37,6 +37,11 @@ void flushout() {
   while (done < screenout.size()) {
     ssize_t n = write(screen.fd, screenout.data() + done, screenout.size() - done);
     if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EAGAIN) {  // the terminal's output was made non-blocking: wait for room
+      pollfd room = {screen.fd, POLLOUT, 0};
+      poll(&room, 1, -1);
+      continue;
+    }
     must(n > 0);
     done += (size_t)n;
   }
@@ -123,10 +128,20 @@ void consolemode() {
   signal(SIGCONT, winch);
 }
 
+// A command a program ran may leave the terminal non-blocking (as some runtimes do on their way
+// out), and the editor's copies share that with descriptors 0 and 1: it is taken off again, so
+// that reads wait for keys and writes for room, here and in the shell after the editor.
+static void blocking(int fd) {
+  int flags = fcntl(fd, F_GETFL);
+  if (flags != -1 && (flags & O_NONBLOCK)) fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+}
+
 void consoleagain() {
   if (!modeset) return;
   reopen(keys, keysname);
   reopen(screen, screenname);
+  blocking(keys.fd);
+  blocking(screen.fd);
   winchopen();
   tcsetattr(keys.fd, TCSANOW, &editing);
   screenout += keymodes;
@@ -232,7 +247,7 @@ std::vector<std::string> readkeys(bool &resized) {
   if (!fds[0].revents) return {};
   char buf[4096];
   ssize_t n = read(keys.fd, buf, sizeof buf);
-  if (n < 0 && errno == EINTR) return {};
+  if (n < 0 && (errno == EINTR || errno == EAGAIN)) return {};
   must(n > 0);
   pending.append(buf, (size_t)n);
   return takeunits(pending);

@@ -121,6 +121,23 @@ TEST(Editing, AfterARunTheTerminalSendsPlainKeysAgain) {
   EXPECT_EQ(runcommand("tmux -L " + t.sock + " display -p '" + flags + "'").out, "0000\n");
 }
 
+// A command that leaves the terminal non-blocking, as some runtimes do on their way out: the
+// editor takes that off again, and pages of text that fill the terminal's buffer still go out.
+TEST(Editing, ATerminalLeftNonBlockingStillTakesWholePages) {
+  std::string dir = scratchdir(), path = dir + "prog.txt", pad;
+  for (int i = 1; i < 1 << 20; i++) pad += (char)('a' + (i * 7 + i / 251) % 26);  // every cell changes
+  writefile(path, "system (init [python3 -c 'import fcntl, os; fcntl.fcntl(0, fcntl.F_SETFL, os.O_NONBLOCK); "
+                  "fcntl.fcntl(1, fcntl.F_SETFL, os.O_NONBLOCK)']),pad\\[" + pad + "]");
+  Tmux t(250, 80, std::string(TOLM_BIN) + " " + path);
+  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
+  t.key("Escape");
+  t.type("e");
+  ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
+  for (int i = 0; i < 30; i++) t.key("C-d");
+  t.type("#");  // typed where the last page put the point
+  EXPECT_TRUE(t.waitfor("#")) << t.screen();
+}
+
 // Continued after a stop, as job control does, the editor paints the screen whole: the lines the
 // shell wrote over it while it was stopped go away. (tmux continues a stopped pane at once, so the
 // shell's lines are written first and the continue is sent alone.)
