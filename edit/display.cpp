@@ -21,14 +21,17 @@ uint16_t *newplane() { return cells.data() + (flipped ? width * height : 0); }
 
 static uint16_t *oldplane() { return cells.data() + (flipped ? 0 : width * height); }
 
+// The modes that painting counts on, back to their defaults in case output of a program's own,
+// or of a command it started, set them: no scrolling region, no origin mode, wrapping on,
+// insertion off, the cursor shown, and the ASCII character set in place of a line-drawing one.
+// None of them changes what the screen shows.
+void paintmodes() { screenout += "\x1b[r\x1b[?6l\x1b[?7h\x1b[4l\x1b[?25h\x1b(B\x0f"; }
+
 // The plane of what the terminal shows is taken as unknown, as after a resize, so that the next
-// paint writes every cell: output of a program's own, or of a command it started, goes away. The
-// modes that painting counts on go back to their defaults first, in case that output set them:
-// no scrolling region, no origin mode, wrapping on, insertion off, the cursor shown, and the
-// ASCII character set in place of a line-drawing one.
+// paint writes every cell: output of a program's own, or of a command it started, goes away.
 void screenforget() {
   std::fill(oldplane(), oldplane() + width * height, 0);
-  screenout += "\x1b[r\x1b[?6l\x1b[?7h\x1b[4l\x1b[?25h\x1b(B\x0f";
+  paintmodes();
 }
 
 int kinkdigit(int n) { return (int)((kink >> (4 * n)) & 15); }

@@ -26,4 +26,7 @@ void flushcells(int64_t col, int64_t row);
 std::string showkink();
 void newkink();
 void screenresize();
+// The terminal's painting modes put back (after every run), and with them the whole screen taken
+// as unknown so that the next paint writes every cell (C-l, a resize, a continue).
+void paintmodes();
 void screenforget();

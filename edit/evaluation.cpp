@@ -38,6 +38,7 @@ static void evalrun() {
   runclose();
   consoleagain();
   spareopen();
+  paintmodes();  // what the program wrote stays on the screen until C-l, but painting works
   if (o.status == "Halts") mark = marked;
   setprompt(o.status == "Empty" ? swapnewline(printed) : printed);
   if (o.where != -1) {

@@ -105,20 +105,23 @@ TEST(Editing, AResizeWhileAProgramHoldsTheEditorsNumbers) {
   EXPECT_TRUE(t.waitfor("Eval 0\na{cl_3}b{go_20}")) << t.screen();  // the title row where it belongs
 }
 
-// A program that asks the terminal to report the mouse, or to send the cursor keys and the keypad
-// in their other forms, and does not ask back: after the run the terminal sends plain keys again,
-// so that a click or a keypad digit does not come in as bytes typed into the text.
-TEST(Editing, AfterARunTheTerminalSendsPlainKeysAgain) {
+// A program that asks the terminal to report the mouse, to send the cursor keys and the keypad in
+// their other forms, to insert what is written and to hide the cursor, and does not ask back:
+// after the run the terminal sends plain keys again, so that a click or a keypad digit does not
+// come in as bytes typed into the text, and the editor's paint lands where it should.
+TEST(Editing, AfterARunTheTerminalSendsPlainKeysAndTakesPaintAgain) {
   std::string dir = scratchdir(), path = dir + "prog.txt";
   writefile(path, "a{csi (init [?1000h])}b{csi (init [?1006h])}c{csi (init [?1h])}d{putchar 27}e{putchar 61}"
-                  "f{fflush stdout}0,csi\\s\\a{putchar 27}b{putchar 91}puts s");
+                  "f{csi (init [4h])}g{csi (init [?25l])}h{fflush stdout}0,csi\\s\\a{putchar 27}b{putchar 91}puts s");
   Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
   ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
   t.key("Escape");
   t.type("e");
   ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
-  std::string flags = "#{mouse_standard_flag}#{mouse_sgr_flag}#{keypad_flag}#{keypad_cursor_flag}";
-  EXPECT_EQ(runcommand("tmux -L " + t.sock + " display -p '" + flags + "'").out, "0000\n");
+  std::string flags = "#{mouse_standard_flag}#{mouse_sgr_flag}#{keypad_flag}#{keypad_cursor_flag}#{insert_flag}#{cursor_flag}";
+  EXPECT_EQ(runcommand("tmux -L " + t.sock + " display -p '" + flags + "'").out, "000001\n");
+  t.type("X");
+  EXPECT_TRUE(t.waitfor("File " + path + "\nXa{csi_(init_[?1000h])}")) << t.screen();
 }
 
 // A command that leaves the terminal non-blocking, as some runtimes do on their way out: the
