@@ -125,10 +125,11 @@ void logdent(unsigned char b) {
   if (first >= last) return;
   tolmlog("Wtf, my coed is:" + std::to_string(b) + "\n");
   int64_t refused = -1;
-  eachline(d, first, last, [&](const Line &l) {
-    if (b == dentdrop && l.trail > l.start && charat(d, l.start) != ' ') refused = l.start;
-    return refused == -1;
-  });
+  if (b == dentdrop)
+    eachline(d, first, last, [&](const Line &l) {
+      if (l.trail > l.start && charat(d, l.start) != ' ') refused = l.start;
+      return refused == -1;
+    });
   if (refused != -1) {
     d.point = refused;
     keepvisible(d, false);
