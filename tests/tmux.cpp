@@ -6,6 +6,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "core/file.h"
 #include "tests/support.h"
 
 static std::string shellquote(const std::string &s) {
@@ -47,4 +48,13 @@ void Tmux::resize(int w, int h) {
 
 void Tmux::record(const std::string &path) {
   runcommand("tmux -L " + sock + " pipe-pane -o " + shellquote("cat >> " + shellquote(path)));
+}
+
+std::string settled(const std::string &path, const std::string &want) {
+  std::string now;
+  for (int i = 0; i < 100 && now != want; i++) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    now = fileread(path);
+  }
+  return now;
 }

@@ -15,3 +15,7 @@ struct Tmux {
   // Appends everything the pane's program writes from now on to a file.
   void record(const std::string &path);
 };
+
+// The file's bytes once they are what is expected, or what they are after a few seconds: the
+// editor in the pane writes it in its own time.
+std::string settled(const std::string &path, const std::string &want);

@@ -101,9 +101,7 @@ TEST(WaysOut, ASaveAndACopyAfterAProgramTookEveryDescriptor) {
   ASSERT_TRUE(s.t.waitfor("Eval 0")) << s.t.screen();
   s.type("x");
   s.t.key("C-w");
-  for (int i = 0; i < 100 && fileread(dir + "doc") != "x" + text; i++)
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_EQ(fileread(dir + "doc"), "x" + text);
+  EXPECT_EQ(settled(dir + "doc", "x" + text), "x" + text);
   s.type("y");
   s.t.key("C-c");
   ASSERT_EQ(s.status(), "130") << s.t.screen();
@@ -130,9 +128,7 @@ TEST(WaysOut, ASaveAfterAProgramClosedTheEditorsDescriptors) {
   ASSERT_TRUE(s.t.waitfor("Eval 0")) << s.t.screen();
   s.type("x");
   s.t.key("C-w");
-  for (int i = 0; i < 100 && fileread(dir + "taker") != "x" + taker; i++)
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_EQ(fileread(dir + "taker"), "x" + taker);
+  EXPECT_EQ(settled(dir + "taker", "x" + taker), "x" + taker);
   s.type("y");
   EXPECT_TRUE(s.t.waitfor("xygo_100")) << s.t.screen();
 }

@@ -14,14 +14,13 @@
 #include "tests/support.h"
 #include "tests/tmux.h"
 
-// The file's bytes once they are what is expected, or what they are after a few seconds.
-static std::string settled(const std::string &path, const std::string &want) {
-  std::string now;
-  for (int i = 0; i < 100 && now != want; i++) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    now = fileread(path);
-  }
-  return now;
+// Waits for the editor in t to show the file at path, then runs it with Escape e; false when the
+// file never showed.
+static bool runfile(Tmux &t, const std::string &path) {
+  if (!t.waitfor("File " + path)) return false;
+  t.key("Escape");
+  t.type("e");
+  return true;
 }
 
 TEST(Editing, TypeMoveOvertypeUndoAndSave) {
@@ -62,9 +61,7 @@ TEST(Editing, KeysStillArriveAfterAProgramTookTheTerminal) {
        }) {
     writefile(path, text);
     Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
-    ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
-    t.key("Escape");
-    t.type("e");
+    ASSERT_TRUE(runfile(t, path)) << t.screen();
     ASSERT_TRUE(t.waitfor(result)) << t.screen();
     t.type("X");
     EXPECT_TRUE(t.waitfor(std::string("X") + shown)) << t.screen();
@@ -77,9 +74,7 @@ TEST(Editing, AProgramReadingAKeyLeavesTheKeysTypedAheadToTheEditor) {
   std::string dir = scratchdir(), path = dir + "prog.txt";
   writefile(path, "a{puts (init [ready])}b{getchar}V a b");
   Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
-  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
-  t.key("Escape");
-  t.type("e");
+  ASSERT_TRUE(runfile(t, path)) << t.screen();
   ASSERT_TRUE(t.waitfor("ready")) << t.screen();  // the program now waits for its key
   t.type("xyz");  // x to the program; y leaves Eval, so the result is seen no more
   EXPECT_TRUE(t.waitfor("\nyza{puts_(init")) << t.screen();
@@ -94,9 +89,7 @@ TEST(Editing, AResizeWhileAProgramHoldsTheEditorsNumbers) {
   writefile(path, "a{cl 3}b{go 20}s{system (init [sleep 2])}f{" + open + "}w{fputc 111 f}x{fclose f}0," +
                       "cl\\n\\(n>60) 0 (a{closesocket n}cl (n+1)),go\\n\\(n=0) 0 (f{" + open + "}go (n-1))");
   Tmux t(80, 20, std::string(TOLM_BIN) + " " + path);
-  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
-  t.key("Escape");
-  t.type("e");
+  ASSERT_TRUE(runfile(t, path)) << t.screen();
   ASSERT_TRUE(t.waitfor("Eval Running...")) << t.screen();
   std::this_thread::sleep_for(std::chrono::milliseconds(500));  // the files are open, the command sleeps
   t.resize(70, 15);
@@ -114,9 +107,7 @@ TEST(Editing, AfterARunTheTerminalSendsPlainKeysAndTakesPaintAgain) {
   writefile(path, "a{csi (init [?1000h])}b{csi (init [?1006h])}c{csi (init [?1h])}d{putchar 27}e{putchar 61}"
                   "f{csi (init [4h])}g{csi (init [?25l])}h{fflush stdout}0,csi\\s\\a{putchar 27}b{putchar 91}puts s");
   Tmux t(60, 8, std::string(TOLM_BIN) + " " + path);
-  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
-  t.key("Escape");
-  t.type("e");
+  ASSERT_TRUE(runfile(t, path)) << t.screen();
   ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
   std::string flags = "#{mouse_standard_flag}#{mouse_sgr_flag}#{keypad_flag}#{keypad_cursor_flag}#{insert_flag}#{cursor_flag}";
   EXPECT_EQ(runcommand("tmux -L " + t.sock + " display -p '" + flags + "'").out, "000001\n");
@@ -132,9 +123,7 @@ TEST(Editing, ATerminalLeftNonBlockingStillTakesWholePages) {
   writefile(path, "system (init [python3 -c 'import fcntl, os; fcntl.fcntl(0, fcntl.F_SETFL, os.O_NONBLOCK); "
                   "fcntl.fcntl(1, fcntl.F_SETFL, os.O_NONBLOCK)']),pad\\[" + pad + "]");
   Tmux t(250, 80, std::string(TOLM_BIN) + " " + path);
-  ASSERT_TRUE(t.waitfor("File " + path)) << t.screen();
-  t.key("Escape");
-  t.type("e");
+  ASSERT_TRUE(runfile(t, path)) << t.screen();
   ASSERT_TRUE(t.waitfor("Eval 0")) << t.screen();
   for (int i = 0; i < 30; i++) t.key("C-d");
   t.type("#");  // typed where the last page put the point
